@@ -1,0 +1,10 @@
+#pragma once
+
+#include <functional>
+
+namespace nimbrel {
+
+/// Work for the main queue. It owns what it captures.
+using DispatchTask = std::function<void()>;
+
+}  // namespace nimbrel
