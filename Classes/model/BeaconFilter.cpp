@@ -1,0 +1,59 @@
+#include "Classes/model/BeaconFilter.hpp"
+
+#include "Classes/model/EncodableAccess.hpp"
+#include "Classes/text/Decimal.hpp"
+#include "Classes/text/UpperCase.hpp"
+#include "Classes/text/Utf8.hpp"
+
+namespace nimbrel {
+
+std::optional<BeaconFilter> BeaconFilter::from(const EncodableMap& map) {
+  const auto* uuid = valueFor<std::string>(map, "uuid");
+  if (uuid == nullptr) {
+    return std::nullopt;
+  }
+  BeaconFilter filter;
+  filter.uuid_ = upperCased(*uuid);
+  filter.majorId_ = integerFor(map, "majorId").value_or(any);
+  filter.minorId_ = integerFor(map, "minorId").value_or(any);
+  if (const auto* identifier = valueFor<std::string>(map, "identifier")) {
+    filter.identifier_ = *identifier;
+  }
+  return filter;
+}
+
+bool BeaconFilter::accepts(std::string_view uuidText, std::int64_t major,
+                           std::int64_t minor) const {
+  return uuid_ == uuidText && (majorId_ == any || majorId_ == major) &&
+         (minorId_ == any || minorId_ == minor);
+}
+
+std::string BeaconFilter::description(std::string line) const {
+  if (hasLabel()) {
+    return std::move(line.append(*identifier_));
+  }
+  line.append("UUID: ").append(firstCharacters(uuid_, 8)).append("...");
+  if (majorId_ != any) {
+    line.append(" Major:").append(Decimal(majorId_));
+  }
+  if (minorId_ != any) {
+    line.append(" Minor:").append(Decimal(minorId_));
+  }
+  return line;
+}
+
+std::string BeaconFilter::fullDescription(std::string line) const {
+  if (hasLabel()) {
+    line.append("Identifier: ").append(*identifier_).append(", ");
+  }
+  line.append("UUID: ").append(uuid_);
+  if (majorId_ != any) {
+    line.append(", Major: ").append(Decimal(majorId_));
+  }
+  if (minorId_ != any) {
+    line.append(", Minor: ").append(Decimal(minorId_));
+  }
+  return line;
+}
+
+}  // namespace nimbrel

@@ -1,0 +1,50 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string_view>
+
+#include "platform/Foundation.hpp"
+
+namespace nimbrel {
+
+/// Two upper-case hexadecimal digits, written to `out` and the place behind it.
+inline char* appendHexByte(char* out, std::uint8_t byte) {
+  constexpr std::string_view digits = "0123456789ABCDEF";
+  *out++ = digits[byte >> 4U];
+  *out++ = digits[byte & 0x0FU];
+  return out;
+}
+
+/// The value of a hexadecimal digit of either case, or -1.
+constexpr int hexDigitValue(char digit) {
+  if (digit >= '0' && digit <= '9') {
+    return digit - '0';
+  }
+  if (digit >= 'A' && digit <= 'F') {
+    return digit - 'A' + 10;
+  }
+  if (digit >= 'a' && digit <= 'f') {
+    return digit - 'a' + 10;
+  }
+  return -1;
+}
+
+/// The text of a UUID: 36 characters, upper-case hexadecimal digits in groups of 8, 4, 4, 4 and 12
+/// joined by hyphens. Source: RFC 9562, section 4.
+class UuidText {
+ public:
+  explicit UuidText(const UUID& uuid);
+
+  operator std::string_view() const { return {characters_.data(), characters_.size()}; }
+
+ private:
+  std::array<char, 36> characters_{};
+};
+
+/// The UUID that a text of that form stands for, in either letter case; absent for any other text.
+std::optional<UUID> parseUuid(std::string_view text);
+
+}  // namespace nimbrel
