@@ -11,7 +11,7 @@
 namespace nimbrel {
 
 /// The one door to the device: all that the plug-in asks of the world, apart from the host
-/// framework, begins here. Used on the main thread, but for `dispatchMainAsync`.
+/// framework, begins here. Used on the main thread alone.
 class Platform {
  public:
   virtual ~Platform() = default;
@@ -34,8 +34,7 @@ class Platform {
   /// The wall clock, in seconds since 1970-01-01 00:00:00 UTC with fractions.
   [[nodiscard]] virtual double timeIntervalSince1970() const = 0;
 
-  /// Runs `task` later on the main thread, after the tasks queued before it. Returns at once. May
-  /// be called from any thread.
+  /// Runs `task` later on the main thread, after the tasks queued before it. Returns at once.
   virtual void dispatchMainAsync(DispatchTask task) = 0;
 
   /// Writes one diagnostic line, given whole and without its newline, to the standard output.

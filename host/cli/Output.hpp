@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+
+namespace nimbrel {
+
+/// A stream to an open file descriptor, written in large pieces.
+class Output {
+ public:
+  explicit Output(int descriptor) : descriptor_(descriptor) {}
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+
+  /// A place to append to. After each line, call `lineEnded`.
+  std::string& buffer() { return buffer_; }
+
+  /// Writes what has gathered, once that is a large piece. Throws std::system_error where the
+  /// descriptor cannot be written.
+  void lineEnded() {
+    if (buffer_.size() >= largePiece) {
+      flush();
+    }
+  }
+
+  void writeLine(std::string_view line) {
+    buffer_.append(line).push_back('\n');
+    lineEnded();
+  }
+
+  void flush();
+
+  [[nodiscard]] bool isTerminal() const;
+
+ private:
+  static constexpr std::size_t largePiece = std::size_t{1} << 16U;
+
+  int descriptor_;
+  std::string buffer_;
+};
+
+}  // namespace nimbrel

@@ -1,0 +1,146 @@
+#include "host/phone/BluetoothService.hpp"
+
+#include <algorithm>
+#include <string_view>
+#include <utility>
+
+namespace nimbrel {
+
+namespace {
+
+constexpr MainQueue::Time kDiscoveryInterval = std::chrono::seconds(1);
+
+/// A number that differs, but for a chance of one in 2 to the power of 64, where name or
+/// manufacturer data differ.
+std::size_t hashPayload(const Sighting& sighting) {
+  const std::hash<std::string_view> hash;
+  std::size_t name = 1;
+  if (sighting.name.has_value()) {
+    name = hash(*sighting.name);
+  }
+  std::size_t data = 2;
+  if (sighting.manufacturerData.has_value()) {
+    data = hash({reinterpret_cast<const char*>(sighting.manufacturerData->data()),
+                 sighting.manufacturerData->size()});
+  }
+  return name * 0x9E3779B97F4A7C15U ^ data;
+}
+
+}  // namespace
+
+std::size_t BluetoothService::AddressHash::operator()(const DeviceAddress& address) const {
+  std::uint64_t digits = static_cast<std::uint64_t>(address.type);
+  for (const std::uint8_t byte : address.bytes) {
+    digits = digits << 8U | byte;
+  }
+  return digits * 0x9E3779B97F4A7C15U >> 8U;
+}
+
+/// The service as one holder of a central manager sees it.
+class BluetoothService::Manager final : public CBCentralManager {
+ public:
+  Manager(BluetoothService& service, std::weak_ptr<CBCentralManagerDelegate> delegate)
+      : service_(service), delegate_(std::move(delegate)) {
+    service_.managers_.push_back(this);
+  }
+  Manager(const Manager&) = delete;
+  Manager& operator=(const Manager&) = delete;
+  ~Manager() override { std::erase(service_.managers_, this); }
+
+  [[nodiscard]] std::shared_ptr<CBCentralManagerDelegate> delegate() const {
+    return delegate_.lock();
+  }
+
+  [[nodiscard]] CBManagerState state() const override { return service_.state_; }
+  void scanForPeripherals(const std::optional<std::vector<UUID>>& services,
+                          const CBScanOptions& options) override {
+    service_.observer_.requested({"scanForPeripherals", {}, Request::Scan{services, options}});
+    service_.isScanning_ = true;
+  }
+  void stopScan() override {
+    service_.observer_.requested({"stopScan", {}, {}});
+    service_.isScanning_ = false;
+  }
+
+ private:
+  BluetoothService& service_;
+  std::weak_ptr<CBCentralManagerDelegate> delegate_;
+};
+
+BluetoothService::BluetoothService(CBManagerState state, MainQueue& queue, PhoneObserver& observer)
+    : queue_(queue), observer_(observer), state_(state) {}
+
+BluetoothService::~BluetoothService() = default;
+
+std::unique_ptr<CBCentralManager> BluetoothService::makeManager(
+    std::weak_ptr<CBCentralManagerDelegate> delegate) {
+  auto manager = std::make_unique<Manager>(*this, std::move(delegate));
+  queue_.async([this, made = manager.get()] {
+    if (std::find(managers_.begin(), managers_.end(), made) == managers_.end()) {
+      return;
+    }
+    if (const auto receiver = made->delegate()) {
+      receiver->centralManagerDidUpdateState(*made);
+    }
+  });
+  return manager;
+}
+
+void BluetoothService::notify(const Notice& notice) {
+  const std::vector<Manager*> managers = managers_;
+  for (Manager* manager : managers) {
+    // An earlier delegate may have brought about the end of a later manager.
+    if (std::find(managers_.begin(), managers_.end(), manager) == managers_.end()) {
+      continue;
+    }
+    if (const auto delegate = manager->delegate()) {
+      notice(*delegate, *manager);
+    }
+  }
+}
+
+void BluetoothService::changeState(CBManagerState state) {
+  state_ = state;
+  notify([](auto& delegate, auto& manager) { delegate.centralManagerDidUpdateState(manager); });
+}
+
+void BluetoothService::discover(const CBPeripheral& peripheral, const CBAdvertisementData& data,
+                                double rssi) {
+  notify([&](auto& delegate, auto& manager) {
+    delegate.centralManagerDidDiscover(manager, peripheral, data, rssi);
+  });
+}
+
+void BluetoothService::hear(const Sighting& sighting) {
+  if (!isScanning_ || state_ != CBManagerState::poweredOn) {
+    return;
+  }
+  const auto [place, isNew] = devices_.try_emplace(sighting.address);
+  Device& device = place->second;
+  const std::size_t payloadHash = hashPayload(sighting);
+  if (isNew) {
+    device.peripheral.identifier = peripheralIdentifier(sighting.address);
+  } else if (payloadHash == device.payloadHash &&
+             queue_.now() - device.discovered < kDiscoveryInterval) {
+    return;
+  }
+  if (device.peripheral.name != sighting.name) {
+    device.peripheral.name = sighting.name;
+  }
+  device.payloadHash = payloadHash;
+  device.discovered = queue_.now();
+  CBAdvertisementData data;
+  if (sighting.manufacturerData.has_value()) {
+    data.manufacturerData = *sighting.manufacturerData;
+  }
+  discover(device.peripheral, data, sighting.rssi);
+}
+
+UUID peripheralIdentifier(const DeviceAddress& address) {
+  const auto type = static_cast<std::uint8_t>(address.type);
+  UUID uuid{{0x6E, 0x69, 0x6D, 0x62, 0x72, 0x65, 0x8C, 0x00, 0x80, type}};
+  std::copy(address.bytes.begin(), address.bytes.end(), uuid.bytes.begin() + 10);
+  return uuid;
+}
+
+}  // namespace nimbrel

@@ -1,0 +1,122 @@
+#include "host/phone/MainQueue.hpp"
+
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <system_error>
+#include <utility>
+
+namespace nimbrel {
+
+MainQueue::MainQueue(std::optional<double> speed) : speed_(speed) {
+  if (speed_.has_value()) {
+    wake_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (wake_ < 0) {
+      throw std::system_error(errno, std::generic_category(), "cannot make an event descriptor");
+    }
+  }
+}
+
+MainQueue::~MainQueue() {
+  if (wake_ >= 0) {
+    close(wake_);
+  }
+}
+
+void MainQueue::async(DispatchTask task) { tasks_.push_back(std::move(task)); }
+
+void MainQueue::at(Time due, DispatchTask task) {
+  timers_.push_back({std::max(due, now_), timersMade_++, std::move(task)});
+  std::push_heap(timers_.begin(), timers_.end(), std::greater<>());
+}
+
+void MainQueue::drain() {
+  while (!tasks_.empty()) {
+    running_.swap(tasks_);
+    for (DispatchTask& task : running_) {
+      task();
+    }
+    running_.clear();
+  }
+}
+
+void MainQueue::runUntil(Time end) {
+  drain();
+  while (!stopped()) {
+    const bool isDue = !timers_.empty() && timers_.front().due <= end;
+    const Time next = isDue ? timers_.front().due : end;
+    passTimeUntil(next);
+    if (stopped()) {
+      return;
+    }
+    // What a descriptor brought may have put an earlier task in front of the one waited for.
+    if (!timers_.empty() && timers_.front().due <= now_) {
+      std::pop_heap(timers_.begin(), timers_.end(), std::greater<>());
+      const DispatchTask task = std::move(timers_.back().task);
+      timers_.pop_back();
+      task();
+      drain();
+    } else if (now_ >= end) {
+      return;
+    }
+  }
+}
+
+void MainQueue::passTimeUntil(Time end) {
+  if (!speed_.has_value()) {
+    now_ = std::max(now_, end);
+    return;
+  }
+  const auto elapsed = [this] {
+    const std::chrono::duration<double, std::micro> real =
+        std::chrono::steady_clock::now() - started_;
+    return Time(static_cast<Time::rep>(real.count() * *speed_));
+  };
+  now_ = std::max(now_, std::min(elapsed(), end));
+  if (now_ >= end && watches_.empty()) {
+    return;
+  }
+  const double realMicroseconds = static_cast<double>((end - now_).count()) / *speed_;
+  // A descriptor that is always ready must not keep a due task waiting, nor the other way round:
+  // each turn looks at both.
+  const timespec timeout = [&] {
+    constexpr double longest = 3600e6;
+    const auto microseconds =
+        static_cast<std::int64_t>(std::clamp(realMicroseconds + 0.999, 0.0, longest));
+    return timespec{microseconds / 1'000'000, microseconds % 1'000'000 * 1000};
+  }();
+  std::vector<pollfd> descriptors{{wake_, POLLIN, 0}};
+  for (const auto& [descriptor, ready] : watches_) {
+    descriptors.push_back({descriptor, POLLIN, 0});
+  }
+  if (ppoll(descriptors.data(), descriptors.size(), &timeout, nullptr) > 0) {
+    now_ = std::max(now_, std::min(elapsed(), end));
+    for (const pollfd& polled : descriptors) {
+      const auto watch = watches_.find(polled.fd);
+      if (polled.revents != 0 && watch != watches_.end()) {
+        const std::function<void()> ready = watch->second;
+        ready();
+        drain();
+      }
+    }
+  }
+  now_ = std::max(now_, std::min(elapsed(), end));
+}
+
+void MainQueue::watch(int descriptor, std::function<void()> ready) {
+  watches_.insert_or_assign(descriptor, std::move(ready));
+}
+
+void MainQueue::unwatch(int descriptor) { watches_.erase(descriptor); }
+
+void MainQueue::stop() {
+  stopped_.store(true, std::memory_order_relaxed);
+  if (wake_ >= 0) {
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const auto written = write(wake_, &one, sizeof one);
+  }
+}
+
+}  // namespace nimbrel

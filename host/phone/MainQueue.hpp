@@ -1,0 +1,80 @@
+#pragma once
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <vector>
+
+#include "platform/Dispatch.hpp"
+
+namespace nimbrel {
+
+/// The main thread's queue of tasks, and the only owner of time.
+///
+/// In virtual time, waiting costs nothing: the queue jumps to the next due task. In real time it
+/// sleeps until that task or until a watched file descriptor is ready. Used on one thread, but for
+/// `stop`.
+class MainQueue {
+ public:
+  using Time = std::chrono::microseconds;
+
+  /// Virtual time, or real time run at `speed` times its pace.
+  explicit MainQueue(std::optional<double> speed = std::nullopt);
+  ~MainQueue();
+  MainQueue(const MainQueue&) = delete;
+  MainQueue& operator=(const MainQueue&) = delete;
+
+  /// The time since the start.
+  [[nodiscard]] Time now() const { return now_; }
+
+  /// Runs `task` in its turn, after the tasks queued before it.
+  void async(DispatchTask task);
+
+  /// Runs `task` at `due`, or as soon as may be after it. Tasks of one instant run in the order in
+  /// which they were asked for.
+  void at(Time due, DispatchTask task);
+
+  /// Runs the tasks that wait in the queue, and those that they add, until none is left.
+  void drain();
+
+  /// Lets the time pass up to `end`, and runs all that falls due by then, what is due at `end`
+  /// included, each followed by the tasks that it queued. Returns early when stopped.
+  void runUntil(Time end);
+
+  /// Calls `ready` whenever `descriptor` can be read, in real time. One for each descriptor.
+  void watch(int descriptor, std::function<void()> ready);
+  void unwatch(int descriptor);
+
+  /// Ends `runUntil` as soon as the running task returns. Safe in a signal handler.
+  void stop();
+  [[nodiscard]] bool stopped() const { return stopped_.load(std::memory_order_relaxed); }
+
+ private:
+  struct Timer {
+    Time due;
+    std::uint64_t number;
+    DispatchTask task;
+
+    friend bool operator>(const Timer& left, const Timer& right) {
+      return left.due != right.due ? left.due > right.due : left.number > right.number;
+    }
+  };
+
+  void passTimeUntil(Time end);
+
+  Time now_{};
+  std::optional<double> speed_;
+  std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();
+  std::vector<DispatchTask> tasks_;
+  std::vector<DispatchTask> running_;
+  std::vector<Timer> timers_;  // a heap, the next one due at the front
+  std::uint64_t timersMade_ = 0;
+  std::map<int, std::function<void()>> watches_;
+  int wake_ = -1;  // an event descriptor that `stop` writes to, in real time
+  std::atomic<bool> stopped_ = false;
+};
+
+}  // namespace nimbrel
