@@ -81,7 +81,8 @@ void appendJson(std::string& out, double number) {
   }
   // Signal strengths and powers are whole nearly always, and digits of a whole number come cheap.
   constexpr double wholeDigits = 1e15;
-  if (std::trunc(number) == number && std::abs(number) < wholeDigits && !std::signbit(number)) {
+  if (std::trunc(number) == number && std::abs(number) < wholeDigits &&
+      (number != 0.0 || !std::signbit(number))) {
     out.append(Decimal(static_cast<std::int64_t>(number))).append(".0");
     return;
   }
