@@ -10,6 +10,9 @@ namespace nimbrel {
 
 void Output::flush() {
   std::string_view rest = buffer_;
+  if (!rest.empty() && beforeWriting_) {
+    beforeWriting_();
+  }
   while (!rest.empty()) {
     const ssize_t written = write(descriptor_, rest.data(), rest.size());
     if (written >= 0) {

@@ -1,14 +1,18 @@
 #pragma once
 
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace nimbrel {
 
 /// A stream to an open file descriptor, written in large pieces.
 class Output {
  public:
-  explicit Output(int descriptor) : descriptor_(descriptor) {}
+  /// `beforeWriting` is called before each piece, for whoever shares the terminal.
+  explicit Output(int descriptor, std::function<void()> beforeWriting = nullptr)
+      : descriptor_(descriptor), beforeWriting_(std::move(beforeWriting)) {}
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
 
@@ -36,6 +40,7 @@ class Output {
   static constexpr std::size_t largePiece = std::size_t{1} << 16U;
 
   int descriptor_;
+  std::function<void()> beforeWriting_;
   std::string buffer_;
 };
 

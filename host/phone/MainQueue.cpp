@@ -91,6 +91,9 @@ void MainQueue::passTimeUntil(Time end) {
   for (const auto& [descriptor, ready] : watches_) {
     descriptors.push_back({descriptor, POLLIN, 0});
   }
+  if (beforeSleeping_ && now_ < end) {
+    beforeSleeping_();
+  }
   if (ppoll(descriptors.data(), descriptors.size(), &timeout, nullptr) > 0) {
     now_ = std::max(now_, std::min(elapsed(), end));
     for (const pollfd& polled : descriptors) {

@@ -6,6 +6,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "platform/Dispatch.hpp"
@@ -48,6 +49,9 @@ class MainQueue {
   void watch(int descriptor, std::function<void()> ready);
   void unwatch(int descriptor);
 
+  /// Has `task` run whenever the queue is about to sleep, in real time.
+  void beforeSleeping(std::function<void()> task) { beforeSleeping_ = std::move(task); }
+
   /// Ends `runUntil` as soon as the running task returns. Safe in a signal handler.
   void stop();
   [[nodiscard]] bool stopped() const { return stopped_.load(std::memory_order_relaxed); }
@@ -73,6 +77,7 @@ class MainQueue {
   std::vector<Timer> timers_;  // a heap, the next one due at the front
   std::uint64_t timersMade_ = 0;
   std::map<int, std::function<void()>> watches_;
+  std::function<void()> beforeSleeping_;
   int wake_ = -1;  // an event descriptor that `stop` writes to, in real time
   std::atomic<bool> stopped_ = false;
 };
