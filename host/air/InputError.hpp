@@ -1,0 +1,16 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace nimbrel {
+
+/// An input that cannot be used, or not beyond some point. what() is one line for the user:
+/// "FILE: what is wrong; what to do about it".
+class InputError : public std::runtime_error {
+ public:
+  InputError(const std::string& file, const std::string& problem)
+      : std::runtime_error(file + ": " + problem) {}
+};
+
+}  // namespace nimbrel
