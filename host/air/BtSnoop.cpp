@@ -9,6 +9,7 @@
 
 #include "host/air/ByteCursor.hpp"
 #include "host/air/InputError.hpp"
+#include "host/air/RecordDamage.hpp"
 
 namespace nimbrel {
 namespace {
@@ -64,21 +65,16 @@ BtSnoop::BtSnoop(std::span<const std::uint8_t> content, std::string fileName)
 bool BtSnoop::next(Packet& packet) {
   if (offset == bytes.size()) return false;
   ByteCursor cursor(bytes.subspan(offset));
-  cursor.take(4);  // The packet's original length: more than is here where the recorder cut it.
-  const auto length = cursor.integer<std::uint32_t>(std::endian::big);
-  const auto flags = cursor.integer<std::uint32_t>(std::endian::big);
-  cursor.take(4);  // The number of packets lost so far.
-  const auto stamp = cursor.integer<std::uint64_t>(std::endian::big);
-  if (cursor.ok() && length > longestRecord) {
-    throw InputError(name, "the record at byte " + std::to_string(offset) + " claims " +
-                               std::to_string(length) +
-                               " bytes, which no Bluetooth packet has; used up to there");
-  }
+  ByteCursor head(cursor.take(24));
+  if (!cursor.ok()) throwCutOff(name, offset);
+  head.take(4);  // The packet's original length: more than is here where the recorder cut it.
+  const auto length = head.integer<std::uint32_t>(std::endian::big);
+  const auto flags = head.integer<std::uint32_t>(std::endian::big);
+  head.take(4);  // The number of packets lost so far.
+  const auto stamp = head.integer<std::uint64_t>(std::endian::big);
+  if (length > longestRecord) throwImpossibleLength(name, offset, length);
   const auto content = cursor.take(length);
-  if (!cursor.ok()) {
-    throw InputError(name, "is cut off inside the record at byte " + std::to_string(offset) +
-                               "; used up to there");
-  }
+  if (!cursor.ok()) throwCutOff(name, offset);
   const std::chrono::microseconds sinceEpoch(static_cast<std::int64_t>(
       std::min<std::uint64_t>(stamp, std::numeric_limits<std::int64_t>::max())));
   packet.time =

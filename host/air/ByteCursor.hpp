@@ -22,13 +22,8 @@ class ByteCursor {
 
   template <std::unsigned_integral Integer>
   Integer integer(std::endian order = std::endian::little) {
-    const auto bytes = take(sizeof(Integer));
-    Integer value = 0;
-    for (std::size_t i = 0; i < bytes.size(); ++i) {
-      const auto byte = bytes[order == std::endian::little ? i : sizeof(Integer) - 1 - i];
-      value = static_cast<Integer>(value | static_cast<Integer>(byte) << (8 * i));
-    }
-    return value;
+    return order == std::endian::native ? std::bit_cast<Integer>(array<sizeof(Integer)>())
+                                        : std::bit_cast<Integer>(reversed<sizeof(Integer)>());
   }
   std::uint8_t byte() { return integer<std::uint8_t>(); }
 
@@ -59,6 +54,13 @@ class ByteCursor {
   }
 
  private:
+  template <std::size_t count>
+  std::array<std::uint8_t, count> array() {
+    std::array<std::uint8_t, count> bytes{};
+    std::ranges::copy(take(count), bytes.begin());
+    return bytes;
+  }
+
   std::span<const std::uint8_t> unread;
   bool within = true;
 };

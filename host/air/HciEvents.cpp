@@ -51,11 +51,12 @@ bool HciEvents::next(Advertisement& advertisement) {
 bool HciEvents::nextLegacy(Advertisement& advertisement) {
   constexpr std::uint8_t directed = 1;
   constexpr std::uint8_t scanResponse = 4;
-  const auto eventType = reports.byte();
-  const auto type = addressType(reports.byte());
-  const auto address = reports.reversed<6>();
-  const auto length = reports.byte();
+  ByteCursor head(reports.take(9));
   if (!reports.ok()) return false;
+  const auto eventType = head.byte();
+  const auto type = addressType(head.byte());
+  const auto address = head.reversed<6>();
+  const auto length = head.byte();
   const auto data = reports.takeUpTo(length);
   const auto rssi = reports.rest().empty() ? std::uint8_t{127} : reports.byte();
   if (!type || eventType > scanResponse || eventType == directed) return false;
@@ -70,16 +71,17 @@ bool HciEvents::nextLegacy(Advertisement& advertisement) {
 bool HciEvents::nextExtended(Advertisement& advertisement) {
   constexpr unsigned directed = 0x04;
   constexpr unsigned scanResponse = 0x08;
-  const unsigned eventType = reports.integer<std::uint16_t>();
-  const auto type = addressType(reports.byte());
-  const auto address = reports.reversed<6>();
-  reports.take(2);  // The PHYs.
-  const auto set = reports.byte();
-  reports.byte();  // The transmit power.
-  const auto rssi = static_cast<std::int8_t>(reports.byte());
-  reports.take(9);  // The interval of periodic advertising, and the address that it is directed at.
-  const auto length = reports.byte();
+  ByteCursor head(reports.take(24));
   if (!reports.ok()) return false;
+  const unsigned eventType = head.integer<std::uint16_t>();
+  const auto type = addressType(head.byte());
+  const auto address = head.reversed<6>();
+  head.take(2);  // The PHYs.
+  const auto set = head.byte();
+  head.byte();  // The transmit power.
+  const auto rssi = static_cast<std::int8_t>(head.byte());
+  head.take(9);  // The interval of periodic advertising, and the address that it is directed at.
+  const auto length = head.byte();
   const auto data = reports.takeUpTo(length);
   if (!type || (eventType & directed) != 0) return false;
   const bool isScanResponse = (eventType & scanResponse) != 0;

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "host/air/ByteCursor.hpp"
-#include "host/air/InputError.hpp"
+#include "host/air/RecordDamage.hpp"
 
 namespace nimbrel {
 namespace {
@@ -62,16 +62,10 @@ bool PacketLogger::next(Packet& packet) {
   if (offset == bytes.size()) return false;
   ByteCursor cursor(bytes.subspan(offset));
   const RecordHead head(cursor, order);
-  if (cursor.ok() && !head.hasPossibleLength()) {
-    throw InputError(name, "the record at byte " + std::to_string(offset) + " claims " +
-                               std::to_string(head.length) +
-                               " bytes, which no record has; used up to there");
-  }
+  if (!cursor.ok()) throwCutOff(name, offset);
+  if (!head.hasPossibleLength()) throwImpossibleLength(name, offset, head.length);
   const auto content = cursor.take(head.length - shortestRecord);
-  if (!cursor.ok()) {
-    throw InputError(name, "is cut off inside the record at byte " + std::to_string(offset) +
-                               "; used up to there");
-  }
+  if (!cursor.ok()) throwCutOff(name, offset);
   packet.time = std::chrono::seconds(head.seconds) + std::chrono::microseconds(head.microseconds);
   packet.holdHci(head.type == eventType, content);
   offset = bytes.size() - cursor.rest().size();

@@ -170,10 +170,10 @@ TEST_F(CaptureOf, ARecordOfAbsurdLengthIsUsedUpToThere) {
   heard(btsnoop(1002, h4(h4Report) + big(4, 9) + big(4, 0x80000000) + big(16, 0)));
   heard(pklg(big, 1, report) + big(13, 0));
   EXPECT_EQ(warnings,
-            (Heard{"walk: the record at byte 58 claims 2147483648 bytes, which no "
-                   "Bluetooth packet has; used up to there",
-                   "walk: the record at byte 30 claims 0 bytes, which no record has; used "
-                   "up to there"}));
+            (Heard{"walk: the record at byte 58 claims a length of 2147483648 bytes, which "
+                   "none has; used up to there",
+                   "walk: the record at byte 30 claims a length of 0 bytes, which none "
+                   "has; used up to there"}));
 }
 
 TEST_F(CaptureOf, WhatCannotBeUsedSaysWhyAndWhatToDo) {
