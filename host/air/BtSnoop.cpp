@@ -1,0 +1,97 @@
+#include "host/air/BtSnoop.hpp"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <chrono>
+#include <limits>
+#include <utility>
+
+#include "host/air/ByteCursor.hpp"
+#include "host/air/InputError.hpp"
+#include "host/air/RecordDamage.hpp"
+
+namespace nimbrel {
+namespace {
+
+constexpr std::array<std::uint8_t, 8> magic{'b', 't', 's', 'n', 'o', 'o', 'p', 0};
+constexpr std::size_t headerSize = 16;
+/// 1970-01-01 in microseconds since the year 0, as all recorders count them: 12 days more than the
+/// calendar has.
+constexpr std::chrono::microseconds unixEpoch{0x00DCDDB30F2F8000};
+/// Far above any HCI packet: a length beyond it is damage, not data.
+constexpr std::uint32_t longestRecord = 0x40000;
+
+enum Datalink : std::uint32_t { h1 = 1001, h4 = 1002, bcsp = 1003, h5 = 1004, monitor = 2001 };
+
+/// H1 packets carry no type of their own; the record's flags tell them apart.
+constexpr std::uint32_t receivedEvent = 3;
+
+std::string describe(std::uint32_t datalink) {
+  auto number = std::to_string(datalink);
+  if (datalink == bcsp) return number + " (HCI BCSP)";
+  if (datalink == h5) return number + " (HCI H5)";
+  return number;
+}
+
+}  // namespace
+
+bool BtSnoop::recognises(std::span<const std::uint8_t> bytes) {
+  const auto known = std::min(bytes.size(), magic.size());
+  return known > 0 && std::ranges::equal(bytes.first(known), std::span(magic).first(known));
+}
+
+BtSnoop::BtSnoop(std::span<const std::uint8_t> content, std::string fileName)
+    : bytes(content), name(std::move(fileName)) {
+  ByteCursor cursor(bytes);
+  cursor.take(magic.size());
+  const auto version = cursor.integer<std::uint32_t>(std::endian::big);
+  datalink = cursor.integer<std::uint32_t>(std::endian::big);
+  if (!cursor.ok()) {
+    throw InputError(name, "is cut off inside the btsnoop file header; record the capture again");
+  }
+  if (version != 1) {
+    throw InputError(name, "btsnoop version " + std::to_string(version) +
+                               " is not known; convert the file to version 1");
+  }
+  if (datalink != h1 && datalink != h4 && datalink != monitor) {
+    throw InputError(name, "btsnoop datalink " + describe(datalink) +
+                               " cannot be read; record HCI H1 (1001), HCI H4 (1002) or the Linux "
+                               "monitor (2001)");
+  }
+  offset = headerSize;
+}
+
+bool BtSnoop::next(Packet& packet) {
+  if (offset == bytes.size()) return false;
+  ByteCursor cursor(bytes.subspan(offset));
+  ByteCursor head(cursor.take(24));
+  if (!cursor.ok()) throwCutOff(name, offset);
+  head.take(4);  // The packet's original length: more than is here where the recorder cut it.
+  const auto length = head.integer<std::uint32_t>(std::endian::big);
+  const auto flags = head.integer<std::uint32_t>(std::endian::big);
+  head.take(4);  // The number of packets lost so far.
+  const auto stamp = head.integer<std::uint64_t>(std::endian::big);
+  if (length > longestRecord) throwImpossibleLength(name, offset, length);
+  const auto content = cursor.take(length);
+  if (!cursor.ok()) throwCutOff(name, offset);
+  const std::chrono::microseconds sinceEpoch(static_cast<std::int64_t>(
+      std::min<std::uint64_t>(stamp, std::numeric_limits<std::int64_t>::max())));
+  packet.time =
+      std::clamp<std::chrono::microseconds>(sinceEpoch - unixEpoch, earliestTime, latestTime);
+  switch (datalink) {
+    case h1:
+      packet.holdHci((flags & receivedEvent) == receivedEvent, content);
+      break;
+    case h4:
+      packet.holdH4(content);
+      break;
+    default:
+      // The number of the adapter is in the upper half.
+      packet.holdMonitored(static_cast<std::uint16_t>(flags), content);
+  }
+  offset = bytes.size() - cursor.rest().size();
+  return true;
+}
+
+}  // namespace nimbrel

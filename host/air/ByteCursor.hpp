@@ -1,0 +1,68 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+
+namespace nimbrel {
+
+/// Reads bytes from front to back. A read beyond the end yields zeros and leaves the cursor at the
+/// end and no longer ok, so that a group of reads needs one check, after it.
+class ByteCursor {
+ public:
+  ByteCursor() = default;
+  explicit ByteCursor(std::span<const std::uint8_t> bytes) : unread(bytes) {}
+
+  [[nodiscard]] bool ok() const { return within; }
+  [[nodiscard]] std::span<const std::uint8_t> rest() const { return unread; }
+
+  template <std::unsigned_integral Integer>
+  Integer integer(std::endian order = std::endian::little) {
+    return order == std::endian::native ? std::bit_cast<Integer>(array<sizeof(Integer)>())
+                                        : std::bit_cast<Integer>(reversed<sizeof(Integer)>());
+  }
+  std::uint8_t byte() { return integer<std::uint8_t>(); }
+
+  /// The last byte read comes first: what goes over the air with the least significant byte first
+  /// in the order in which people write it.
+  template <std::size_t count>
+  std::array<std::uint8_t, count> reversed() {
+    std::array<std::uint8_t, count> bytes{};
+    std::ranges::reverse_copy(take(count), bytes.begin());
+    return bytes;
+  }
+
+  /// All `count` bytes or, beyond the end, none.
+  std::span<const std::uint8_t> take(std::size_t count) {
+    if (count > unread.size()) {
+      within = false;
+      unread = {};
+      return {};
+    }
+    const auto taken = unread.first(count);
+    unread = unread.subspan(count);
+    return taken;
+  }
+
+  /// As many of the `count` bytes as there are; the cursor stays as ok as it was.
+  std::span<const std::uint8_t> takeUpTo(std::size_t count) {
+    return take(std::min(count, unread.size()));
+  }
+
+ private:
+  template <std::size_t count>
+  std::array<std::uint8_t, count> array() {
+    std::array<std::uint8_t, count> bytes{};
+    std::ranges::copy(take(count), bytes.begin());
+    return bytes;
+  }
+
+  std::span<const std::uint8_t> unread;
+  bool within = true;
+};
+
+}  // namespace nimbrel

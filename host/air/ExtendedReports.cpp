@@ -1,0 +1,32 @@
+#include "host/air/ExtendedReports.hpp"
+
+#include <algorithm>
+#include <utility>
+
+namespace nimbrel {
+
+std::optional<std::span<const std::uint8_t>> ExtendedReports::join(
+    const Source& source, DataStatus status, std::span<const std::uint8_t> fragment) {
+  // Controllers finish one advertisement before the next or mix few; more than this many are ones
+  // whose end was lost, and would pile up in a long capture.
+  constexpr std::size_t mostUnfinished = 32;
+  // The most that a host is given of one advertisement.
+  constexpr std::size_t longestData = 1650;
+
+  auto found = std::ranges::find(unfinished, source, &Unfinished::source);
+  if (found == unfinished.end()) {
+    if (status != DataStatus::moreToCome) return fragment;
+    if (unfinished.size() == mostUnfinished) unfinished.erase(unfinished.begin());
+    unfinished.push_back({source, {}});
+    found = unfinished.end() - 1;
+  }
+  auto& data = found->data;
+  const auto kept = fragment.first(std::min(fragment.size(), longestData - data.size()));
+  data.insert(data.end(), kept.begin(), kept.end());
+  if (status == DataStatus::moreToCome) return std::nullopt;
+  joined = std::move(data);
+  unfinished.erase(found);
+  return joined;
+}
+
+}  // namespace nimbrel

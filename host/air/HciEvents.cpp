@@ -1,0 +1,100 @@
+#include "host/air/HciEvents.hpp"
+
+namespace nimbrel {
+namespace {
+
+/// Resolved identities are what a phone shows for the address that was on the air. Anonymous
+/// advertising is left out, as are types yet unknown: without an address, nothing tells which
+/// device it was.
+std::optional<AddressType> addressType(std::uint8_t type) {
+  switch (type) {
+    case 0:
+    case 2:
+      return AddressType::publicAddress;
+    case 1:
+    case 3:
+      return AddressType::randomAddress;
+    default:
+      return std::nullopt;
+  }
+}
+
+}  // namespace
+
+void HciEvents::begin(std::chrono::microseconds time, std::span<const std::uint8_t> event) {
+  constexpr std::uint8_t leMetaEvent = 0x3E;
+  constexpr std::uint8_t advertisingReport = 0x02;
+  constexpr std::uint8_t extendedAdvertisingReport = 0x0D;
+  receptionTime = time;
+  reportsLeft = 0;
+  ByteCursor cursor(event);
+  if (cursor.byte() != leMetaEvent) return;
+  const auto length = cursor.byte();
+  reports = ByteCursor(cursor.takeUpTo(length));
+  const auto subevent = reports.byte();
+  if (subevent != advertisingReport && subevent != extendedAdvertisingReport) return;
+  isExtended = subevent == extendedAdvertisingReport;
+  reportsLeft = reports.byte();
+}
+
+bool HciEvents::next(Advertisement& advertisement) {
+  while (reportsLeft > 0) {
+    --reportsLeft;
+    if (isExtended ? nextExtended(advertisement) : nextLegacy(advertisement)) return true;
+    if (!reports.ok()) reportsLeft = 0;
+  }
+  return false;
+}
+
+// The standard describes a report as arrays, one for each field; on the wire the fields of a report
+// stand together, and the next report follows.
+bool HciEvents::nextLegacy(Advertisement& advertisement) {
+  constexpr std::uint8_t directed = 1;
+  constexpr std::uint8_t scanResponse = 4;
+  ByteCursor head(reports.take(9));
+  if (!reports.ok()) return false;
+  const auto eventType = head.byte();
+  const auto type = addressType(head.byte());
+  const auto address = head.reversed<6>();
+  const auto length = head.byte();
+  const auto data = reports.takeUpTo(length);
+  const auto rssi = reports.rest().empty() ? std::uint8_t{127} : reports.byte();
+  if (!type || eventType > scanResponse || eventType == directed) return false;
+  advertisement = {.time = receptionTime,
+                   .address = {address, *type},
+                   .rssi = static_cast<std::int8_t>(rssi),
+                   .isScanResponse = eventType == scanResponse,
+                   .data = data};
+  return true;
+}
+
+bool HciEvents::nextExtended(Advertisement& advertisement) {
+  constexpr unsigned directed = 0x04;
+  constexpr unsigned scanResponse = 0x08;
+  ByteCursor head(reports.take(24));
+  if (!reports.ok()) return false;
+  const unsigned eventType = head.integer<std::uint16_t>();
+  const auto type = addressType(head.byte());
+  const auto address = head.reversed<6>();
+  head.take(2);  // The PHYs.
+  const auto set = head.byte();
+  head.byte();  // The transmit power.
+  const auto rssi = static_cast<std::int8_t>(head.byte());
+  head.take(9);  // The interval of periodic advertising, and the address that it is directed at.
+  const auto length = head.byte();
+  const auto data = reports.takeUpTo(length);
+  if (!type || (eventType & directed) != 0) return false;
+  const bool isScanResponse = (eventType & scanResponse) != 0;
+  const auto status = data.size() < length ? ExtendedReports::DataStatus::truncated
+                                           : ExtendedReports::dataStatus(eventType);
+  const auto whole = extendedReports.join({{address, *type}, set, isScanResponse}, status, data);
+  if (!whole) return false;
+  advertisement = {.time = receptionTime,
+                   .address = {address, *type},
+                   .rssi = rssi,
+                   .isScanResponse = isScanResponse,
+                   .data = *whole};
+  return true;
+}
+
+}  // namespace nimbrel

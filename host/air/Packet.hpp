@@ -1,0 +1,57 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <span>
+
+#include "host/air/ByteCursor.hpp"
+
+namespace nimbrel {
+
+/// One record of a capture file, without what the file format put around it.
+struct Packet {
+  enum class Kind : std::uint8_t {
+    /// Starts with the event code.
+    /// Source: Bluetooth Core Specification, volume 4, part E, section 5.4.4.
+    hciEvent,
+    /// A link-layer PDU of the advertising physical channels, starting with its header.
+    /// Source: Bluetooth Core Specification, volume 6, part B, section 2.3.
+    advertisingPdu,
+    /// Nothing that could hold an advertisement.
+    other,
+  };
+
+  /// Since 1970-01-01 00:00:00 UTC, within the bounds below.
+  std::chrono::microseconds time{};
+  Kind kind = Kind::other;
+  /// Possibly cut short; valid until the next packet is read.
+  std::span<const std::uint8_t> data;
+  /// Of an advertising PDU, in dBm; 127 where the receiver gave none.
+  std::int8_t rssi = 127;
+
+  void holdHci(bool isEvent, std::span<const std::uint8_t> content) {
+    kind = isEvent ? Kind::hciEvent : Kind::other;
+    data = content;
+  }
+
+  /// Of `content` as it goes over the H4 transport: the type of the packet comes first.
+  /// Source: Bluetooth Core Specification, volume 4, part A, section 2.
+  void holdH4(std::span<const std::uint8_t> content) {
+    ByteCursor cursor(content);
+    const bool isEvent = cursor.byte() == 0x04;
+    holdHci(isEvent, cursor.rest());
+  }
+
+  /// Of a record of Linux's Bluetooth monitor.
+  void holdMonitored(std::uint16_t opcode, std::span<const std::uint8_t> content) {
+    constexpr std::uint16_t event = 3;
+    holdHci(opcode == event, content);
+  }
+};
+
+/// The years 0 to 9999. A damaged time stamp is moved to the nearer end, so that nobody's sums
+/// overflow.
+inline constexpr std::chrono::seconds earliestTime{-62'167'219'200};
+inline constexpr std::chrono::seconds latestTime{253'402'300'799};
+
+}  // namespace nimbrel

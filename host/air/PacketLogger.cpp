@@ -1,0 +1,75 @@
+#include "host/air/PacketLogger.hpp"
+
+#include <chrono>
+#include <optional>
+#include <utility>
+
+#include "host/air/ByteCursor.hpp"
+#include "host/air/RecordDamage.hpp"
+
+namespace nimbrel {
+namespace {
+
+constexpr std::uint8_t eventType = 0x01;
+/// What a record's length counts besides the packet: the time and the type.
+constexpr std::uint32_t shortestRecord = 9;
+/// Far above any HCI packet or note: a length beyond it is damage, not data.
+constexpr std::uint32_t longestRecord = 0x40000;
+
+struct RecordHead {
+  std::uint32_t length;
+  std::uint32_t seconds;
+  std::uint32_t microseconds;
+  std::uint8_t type;
+
+  RecordHead(ByteCursor& cursor, std::endian order)
+      : length(cursor.integer<std::uint32_t>(order)),
+        seconds(cursor.integer<std::uint32_t>(order)),
+        microseconds(cursor.integer<std::uint32_t>(order)),
+        type(cursor.byte()) {}
+
+  [[nodiscard]] bool hasPossibleLength() const {
+    return length >= shortestRecord && length <= longestRecord;
+  }
+};
+
+/// Packets of all kinds are numbered from 0, texts and states of the recorder down from 0xff.
+bool isKnown(std::uint8_t type) { return type <= 0x20 || type >= 0xe0; }
+
+/// In the wrong order, a length or a fraction of a second is out of range.
+std::optional<std::endian> orderOf(std::span<const std::uint8_t> bytes) {
+  for (const auto order : {std::endian::little, std::endian::big}) {
+    ByteCursor cursor(bytes);
+    const RecordHead head(cursor, order);
+    if (cursor.ok() && head.hasPossibleLength() && head.microseconds < 1'000'000 &&
+        isKnown(head.type)) {
+      return order;
+    }
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+bool PacketLogger::recognises(std::span<const std::uint8_t> bytes) {
+  return orderOf(bytes).has_value();
+}
+
+PacketLogger::PacketLogger(std::span<const std::uint8_t> content, std::string fileName)
+    : bytes(content), name(std::move(fileName)), order(orderOf(bytes).value_or(std::endian::big)) {}
+
+bool PacketLogger::next(Packet& packet) {
+  if (offset == bytes.size()) return false;
+  ByteCursor cursor(bytes.subspan(offset));
+  const RecordHead head(cursor, order);
+  if (!cursor.ok()) throwCutOff(name, offset);
+  if (!head.hasPossibleLength()) throwImpossibleLength(name, offset, head.length);
+  const auto content = cursor.take(head.length - shortestRecord);
+  if (!cursor.ok()) throwCutOff(name, offset);
+  packet.time = std::chrono::seconds(head.seconds) + std::chrono::microseconds(head.microseconds);
+  packet.holdHci(head.type == eventType, content);
+  offset = bytes.size() - cursor.rest().size();
+  return true;
+}
+
+}  // namespace nimbrel

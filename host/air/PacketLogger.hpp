@@ -1,0 +1,34 @@
+#pragma once
+
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "host/air/Packet.hpp"
+
+namespace nimbrel {
+
+/// Reads Apple's PacketLogger files (.pklg). They have no header: a record is its length (without
+/// that of the length itself), seconds and microseconds since 1970, all of 32 bits, and one byte of
+/// type before the packet. Older recorders wrote big-endian numbers, newer ones little-endian.
+class PacketLogger {
+ public:
+  [[nodiscard]] static bool recognises(std::span<const std::uint8_t> bytes);
+
+  /// `content`, which it recognises, outlives it.
+  PacketLogger(std::span<const std::uint8_t> content, std::string fileName);
+
+  /// False at the end. Throws InputError at a record that cannot be used; nothing follows it.
+  bool next(Packet& packet);
+  [[nodiscard]] std::size_t position() const { return offset; }
+
+ private:
+  std::span<const std::uint8_t> bytes;
+  std::string name;
+  std::endian order;
+  std::size_t offset = 0;
+};
+
+}  // namespace nimbrel
