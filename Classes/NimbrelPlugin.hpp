@@ -84,7 +84,7 @@ class NimbrelPlugin final : public FlutterPlugin,
 
   // core: dispatch and lifecycle
 
-  void handleStartDetection(const FlutterMethodCall& call, FlutterResult result);
+  void handleStartDetection(const FlutterMethodCall& call, const FlutterResult& result);
   void startDetection(const FlutterResult& result);
   void stopDetection(const FlutterResult& result);
   void updateConfig(const FlutterMethodCall& call, const FlutterResult& result);

@@ -36,7 +36,7 @@ void NimbrelPlugin::handle(const FlutterMethodCall& call, FlutterResult result) 
   } else if (call.method == "requestPermissions") {
     requestPermissions(std::move(result));
   } else if (call.method == "startDetection") {
-    handleStartDetection(call, std::move(result));
+    handleStartDetection(call, result);
   } else if (call.method == "stopDetection") {
     stopDetection(result);
   } else if (call.method == "updateConfig") {
@@ -46,7 +46,8 @@ void NimbrelPlugin::handle(const FlutterMethodCall& call, FlutterResult result) 
   }
 }
 
-void NimbrelPlugin::handleStartDetection(const FlutterMethodCall& call, FlutterResult result) {
+void NimbrelPlugin::handleStartDetection(const FlutterMethodCall& call,
+                                         const FlutterResult& result) {
   currentBeaconFilters.clear();
   for (const EncodableMap* map : filterMaps(call.arguments)) {
     if (auto filter = BeaconFilter::from(*map)) {

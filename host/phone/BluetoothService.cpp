@@ -29,7 +29,7 @@ std::size_t hashPayload(const Sighting& sighting) {
 }  // namespace
 
 std::size_t BluetoothService::AddressHash::operator()(const DeviceAddress& address) const {
-  std::uint64_t digits = static_cast<std::uint64_t>(address.type);
+  auto digits = static_cast<std::uint64_t>(address.type);
   for (const std::uint8_t byte : address.bytes) {
     digits = digits << 8U | byte;
   }
