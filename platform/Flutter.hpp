@@ -6,6 +6,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <variant>
 #include <vector>
 
@@ -35,8 +36,15 @@ struct EncodableValue : std::variant<std::monostate, bool, std::int64_t, double,
 };
 
 struct EncodableEntry {
+  /// Each part is built in its place from what it is given.
+  template <typename Key, typename Value>
+  EncodableEntry(Key&& keyFrom, Value&& valueFrom)
+      : key(std::forward<Key>(keyFrom)), value(std::forward<Value>(valueFrom)) {}
+
   EncodableValue key;
   EncodableValue value;
+
+  friend bool operator==(const EncodableEntry&, const EncodableEntry&) = default;
 };
 
 inline EncodableValue::EncodableValue(const char* text) : variant(std::string(text)) {}

@@ -22,6 +22,10 @@ void NimbrelPlugin::registerWith(FlutterPluginRegistrar& registrar, Platform& pl
 NimbrelPlugin::NimbrelPlugin(Platform& device) : platform(device) {}
 
 void NimbrelPlugin::log(std::initializer_list<std::string_view> parts) const {
+  if (parts.size() == 1) {
+    platform.print(*parts.begin());
+    return;
+  }
   std::size_t size = 0;
   for (const std::string_view part : parts) {
     size += part.size();

@@ -7,32 +7,20 @@
 
 namespace nimbrel {
 
-namespace {
-
-/// Adds an entry in place, so that no value is built twice.
-template <typename T>
-void append(EncodableMap& map, std::string_view key, T value) {
-  EncodableEntry& entry = map.emplace_back();
-  entry.key.emplace<std::string>(key);
-  entry.value.emplace<T>(std::move(value));
-}
-
-}  // namespace
-
 EncodableMap DetectionEvent::toMap() && {
   EncodableMap map;
   map.reserve(11);
-  append(map, "ts", ts);
-  append(map, "identifier", std::move(identifier));
-  append(map, "uuid", std::move(uuid));
-  append(map, "majorId", majorId);
-  append(map, "minorId", minorId);
-  append(map, "name", std::move(name));
-  append(map, "mac", std::move(mac));
-  append(map, "rssi", rssi);
-  append(map, "txPower", txPower);
-  append(map, "distance", distance);
-  append(map, "proximity", std::string(proximity));
+  map.emplace_back("ts", ts);
+  map.emplace_back("identifier", std::move(identifier));
+  map.emplace_back("uuid", std::move(uuid));
+  map.emplace_back("majorId", majorId);
+  map.emplace_back("minorId", minorId);
+  map.emplace_back("name", std::move(name));
+  map.emplace_back("mac", std::move(mac));
+  map.emplace_back("rssi", rssi);
+  map.emplace_back("txPower", txPower);
+  map.emplace_back("distance", distance);
+  map.emplace_back("proximity", proximity);
   return map;
 }
 

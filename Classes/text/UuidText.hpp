@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -10,12 +11,20 @@
 
 namespace nimbrel {
 
-/// Two upper-case hexadecimal digits, written to `out` and the place behind it.
-inline char* appendHexByte(char* out, std::uint8_t byte) {
+/// The two upper-case hexadecimal digits of each byte, one after the other.
+inline constexpr auto kHexPairs = [] {
   constexpr std::string_view digits = "0123456789ABCDEF";
-  *out++ = digits[byte >> 4U];
-  *out++ = digits[byte & 0x0FU];
-  return out;
+  std::array<char, 512> pairs{};
+  for (std::size_t byte = 0; byte < 256; ++byte) {
+    pairs[byte * 2] = digits[byte / 16];
+    pairs[byte * 2 + 1] = digits[byte % 16];
+  }
+  return pairs;
+}();
+
+/// Writes a byte in two hexadecimal digits. Returns the place behind them.
+inline char* appendHexByte(char* out, std::uint8_t byte) {
+  return std::copy_n(kHexPairs.data() + std::size_t{byte} * 2, 2, out);
 }
 
 /// The value of a hexadecimal digit of either case, or -1.

@@ -1,5 +1,6 @@
 #include "host/cli/JsonText.hpp"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cmath>
@@ -7,7 +8,6 @@
 #include <type_traits>
 #include <variant>
 
-#include "Classes/text/Decimal.hpp"
 #include "Classes/text/Utf8.hpp"
 
 namespace nimbrel {
@@ -15,9 +15,119 @@ namespace nimbrel {
 namespace {
 
 constexpr bool isPlain(char letter) {
-  const auto byte = static_cast<unsigned char>(letter);
-  return byte >= 0x20 && byte < 0x80 && letter != '"' && letter != '\\';
+  // Bytes beyond ASCII are negative, where a char has a sign.
+  return static_cast<signed char>(letter) >= 0x20 && letter != '"' && letter != '\\';
 }
+
+/// Whether all of eight characters are plain, looked at in one word: a byte's high bit is set in
+/// `found` where the byte is below a blank, a quotation mark, a backslash or beyond ASCII.
+constexpr bool areEightPlain(std::uint64_t word) {
+  constexpr std::uint64_t ones = 0x0101010101010101U;
+  const std::uint64_t found =
+      (word - ones * 0x20U) | ((word ^ ones * '"') - ones) | ((word ^ ones * '\\') - ones) | word;
+  return (found & ones * 0x80U) == 0;
+}
+
+/// Copies a word from one place to another. Returns it.
+template <typename Word>
+Word copyWord(char* to, const char* from) {
+  Word word = 0;
+  std::memcpy(&word, from, sizeof word);
+  std::memcpy(to, &word, sizeof word);
+  return word;
+}
+
+/// Copies `text` to `to` if JSON takes all of it as it is; returns false where it does not. Words
+/// may look twice at the same characters.
+bool copyPlain(char* to, std::string_view text) {
+  const char* letters = text.data();
+  const std::size_t size = text.size();
+  if (size >= 8) {
+    for (std::size_t place = 0; place + 8 < size; place += 8) {
+      if (!areEightPlain(copyWord<std::uint64_t>(to + place, letters + place))) {
+        return false;
+      }
+    }
+    return areEightPlain(copyWord<std::uint64_t>(to + size - 8, letters + size - 8));
+  }
+  if (size >= 4) {
+    return areEightPlain(std::uint64_t{copyWord<std::uint32_t>(to, letters)} << 32U |
+                         copyWord<std::uint32_t>(to + size - 4, letters + size - 4));
+  }
+  return std::all_of(text.begin(), text.end(), [&to](char letter) {
+    *to++ = letter;
+    return isPlain(letter);
+  });
+}
+
+/// A piece of JSON that is put together before it goes into the text in one go.
+class Piece {
+ public:
+  /// The longest text that is put here instead of into the text itself.
+  static constexpr std::size_t longestText = 64;
+
+  /// Sees to it that there is room for a key, a value and what stands between them.
+  void makeRoom(std::string& out) {
+    constexpr std::ptrdiff_t room = 3 * longestText;
+    if (limit() - end_ < room) {
+      moveTo(out);
+    }
+  }
+
+  void put(char letter) { *end_++ = letter; }
+
+  /// Quotes a plain text that is no longer than `longestText`. Returns false, and puts nothing,
+  /// where it is another one.
+  bool putPlain(std::string_view text) {
+    if (text.size() > longestText || !copyPlain(end_ + 1, text)) {
+      return false;
+    }
+    put('"');
+    end_ += text.size();
+    put('"');
+    return true;
+  }
+
+  void put(std::int64_t number) { end_ = std::to_chars(end_, limit(), number).ptr; }
+
+  void put(double number) {
+    // Signal strengths and powers are whole nearly always; digits of a whole number come cheap.
+    constexpr double wholeDigits = 1e15;
+    if (std::abs(number) < wholeDigits && std::trunc(number) == number &&
+        (number != 0.0 || !std::signbit(number))) {
+      put(static_cast<std::int64_t>(number));
+      putText(".0");
+      return;
+    }
+    if (!std::isfinite(number)) {
+      putText("null");
+      return;
+    }
+    const double magnitude = std::abs(number);
+    const auto format = (magnitude >= 1e-4 && magnitude < 1e16) || number == 0.0
+                            ? std::chars_format::fixed
+                            : std::chars_format::scientific;
+    const char* begin = end_;
+    end_ = std::to_chars(end_, limit(), number, format).ptr;
+    if (std::find_if(begin, static_cast<const char*>(end_),
+                     [](char letter) { return letter == '.' || letter == 'e'; }) == end_) {
+      putText(".0");
+    }
+  }
+
+  void putText(std::string_view text) { end_ += text.copy(end_, text.size()); }
+
+  void moveTo(std::string& out) {
+    out.append(text_.data(), static_cast<std::size_t>(end_ - text_.data()));
+    end_ = text_.data();
+  }
+
+ private:
+  char* limit() { return text_.data() + text_.size(); }
+
+  std::array<char, 1024> text_;
+  char* end_ = text_.data();
+};
 
 /// Appends what JSON cannot hold as it is: the first character of `text`. Returns its size.
 std::size_t appendSpecial(std::string& out, std::string_view text) {
@@ -54,94 +164,113 @@ std::size_t appendSpecial(std::string& out, std::string_view text) {
   return character.size;
 }
 
-}  // namespace
-
-void appendJson(std::string& out, std::string_view text) {
-  out.push_back('"');
+void appendText(std::string& out, Piece& piece, std::string_view text) {
+  if (piece.putPlain(text)) {
+    return;
+  }
+  piece.put('"');
+  piece.moveTo(out);
   while (!text.empty()) {
-    std::size_t plain = 0;
-    while (plain < text.size() && isPlain(text[plain])) {
-      ++plain;
-    }
+    const auto* special =
+        std::find_if_not(text.begin(), text.end(), [](char letter) { return isPlain(letter); });
+    const auto plain = static_cast<std::size_t>(special - text.begin());
     out.append(text.substr(0, plain));
     text.remove_prefix(plain);
     if (!text.empty()) {
       text.remove_prefix(appendSpecial(out, text));
     }
   }
-  out.push_back('"');
+  piece.put('"');
 }
 
-void appendJson(std::string& out, std::int64_t number) { out.append(Decimal(number)); }
+void appendValue(std::string& out, Piece& piece, const EncodableValue& value);
 
-void appendJson(std::string& out, double number) {
-  if (!std::isfinite(number)) {
-    out.append("null");
-    return;
+template <typename List>
+void appendList(std::string& out, Piece& piece, const List& list) {
+  piece.put('[');
+  bool isFirst = true;
+  for (const auto& element : list) {
+    piece.makeRoom(out);
+    if (!isFirst) {
+      piece.put(',');
+    }
+    isFirst = false;
+    if constexpr (std::is_same_v<List, EncodableBytes>) {
+      piece.put(std::int64_t{element});
+    } else {
+      appendValue(out, piece, element);
+    }
   }
-  // Signal strengths and powers are whole nearly always, and digits of a whole number come cheap.
-  constexpr double wholeDigits = 1e15;
-  if (std::trunc(number) == number && std::abs(number) < wholeDigits &&
-      (number != 0.0 || !std::signbit(number))) {
-    out.append(Decimal(static_cast<std::int64_t>(number))).append(".0");
-    return;
+  piece.put(']');
+}
+
+void appendMap(std::string& out, Piece& piece, const EncodableMap& map) {
+  piece.put('{');
+  bool isFirst = true;
+  for (const EncodableEntry& entry : map) {
+    piece.makeRoom(out);
+    if (!isFirst) {
+      piece.put(',');
+    }
+    isFirst = false;
+    // JSON has text keys alone; any other key stands as the text of its JSON.
+    if (const auto* key = std::get_if<std::string>(&entry.key)) {
+      appendText(out, piece, *key);
+    } else {
+      std::string keyText;
+      appendJson(keyText, entry.key);
+      appendText(out, piece, keyText);
+    }
+    piece.put(':');
+    appendValue(out, piece, entry.value);
   }
-  std::array<char, 40> digits;
-  const double magnitude = std::abs(number);
-  const auto format = (magnitude >= 1e-4 && magnitude < 1e16) || number == 0.0
-                          ? std::chars_format::fixed
-                          : std::chars_format::scientific;
-  const char* end = std::to_chars(digits.data(), digits.data() + digits.size(), number, format).ptr;
-  const std::string_view text(digits.data(), static_cast<std::size_t>(end - digits.data()));
-  out.append(text);
-  if (text.find_first_of(".e") == std::string_view::npos) {
-    out.append(".0");
+  piece.put('}');
+}
+
+void appendValue(std::string& out, Piece& piece, const EncodableValue& value) {
+  if (const auto* text = std::get_if<std::string>(&value)) {
+    appendText(out, piece, *text);
+  } else if (const auto* number = std::get_if<double>(&value)) {
+    piece.put(*number);
+  } else if (const auto* integer = std::get_if<std::int64_t>(&value)) {
+    piece.put(*integer);
+  } else if (const auto* boolean = std::get_if<bool>(&value)) {
+    piece.putText(*boolean ? "true" : "false");
+  } else if (const auto* bytes = std::get_if<EncodableBytes>(&value)) {
+    appendList(out, piece, *bytes);
+  } else if (const auto* list = std::get_if<EncodableList>(&value)) {
+    appendList(out, piece, *list);
+  } else if (const auto* map = std::get_if<EncodableMap>(&value)) {
+    appendMap(out, piece, *map);
+  } else {
+    piece.putText("null");
   }
 }
+
+}  // namespace
 
 void appendJson(std::string& out, const EncodableValue& value) {
-  const auto append = [&out](const auto& content) {
-    using Kind = std::decay_t<decltype(content)>;
-    if constexpr (std::is_same_v<Kind, std::monostate>) {
-      out.append("null");
-    } else if constexpr (std::is_same_v<Kind, bool>) {
-      out.append(content ? "true" : "false");
-    } else if constexpr (std::is_same_v<Kind, std::string>) {
-      appendJson(out, std::string_view(content));
-    } else if constexpr (std::is_same_v<Kind, std::int64_t> || std::is_same_v<Kind, double>) {
-      appendJson(out, content);
-    } else if constexpr (std::is_same_v<Kind, EncodableMap>) {
-      char separator = '{';
-      for (const EncodableEntry& entry : content) {
-        out.push_back(separator);
-        separator = ',';
-        // JSON has text keys alone; any other key stands as the text of its JSON.
-        if (const auto* key = std::get_if<std::string>(&entry.key)) {
-          appendJson(out, std::string_view(*key));
-        } else {
-          std::string key_text;
-          appendJson(key_text, entry.key);
-          appendJson(out, std::string_view(key_text));
-        }
-        out.push_back(':');
-        appendJson(out, entry.value);
-      }
-      out.append(content.empty() ? "{}" : "}");
-    } else {
-      char separator = '[';
-      for (const auto& element : content) {
-        out.push_back(separator);
-        separator = ',';
-        if constexpr (std::is_same_v<Kind, EncodableBytes>) {
-          appendJson(out, std::int64_t{element});
-        } else {
-          appendJson(out, element);
-        }
-      }
-      out.append(content.empty() ? "[]" : "]");
-    }
-  };
-  std::visit(append, static_cast<const EncodableValue::variant&>(value));
+  Piece piece;
+  appendValue(out, piece, value);
+  piece.moveTo(out);
+}
+
+void appendJson(std::string& out, std::string_view text) {
+  Piece piece;
+  appendText(out, piece, text);
+  piece.moveTo(out);
+}
+
+void appendJson(std::string& out, double number) {
+  Piece piece;
+  piece.put(number);
+  piece.moveTo(out);
+}
+
+void appendJson(std::string& out, std::int64_t number) {
+  Piece piece;
+  piece.put(number);
+  piece.moveTo(out);
 }
 
 }  // namespace nimbrel

@@ -4,6 +4,8 @@
 #include <string_view>
 #include <utility>
 
+#include "host/phone/Notify.hpp"
+
 namespace nimbrel {
 
 namespace {
@@ -86,27 +88,16 @@ std::unique_ptr<CBCentralManager> BluetoothService::makeManager(
   return manager;
 }
 
-void BluetoothService::notify(const Notice& notice) {
-  const std::vector<Manager*> managers = managers_;
-  for (Manager* manager : managers) {
-    // An earlier delegate may have brought about the end of a later manager.
-    if (std::find(managers_.begin(), managers_.end(), manager) == managers_.end()) {
-      continue;
-    }
-    if (const auto delegate = manager->delegate()) {
-      notice(*delegate, *manager);
-    }
-  }
-}
-
 void BluetoothService::changeState(CBManagerState state) {
   state_ = state;
-  notify([](auto& delegate, auto& manager) { delegate.centralManagerDidUpdateState(manager); });
+  notifyDelegates(managers_, [](auto& delegate, auto& manager) {
+    delegate.centralManagerDidUpdateState(manager);
+  });
 }
 
 void BluetoothService::discover(const CBPeripheral& peripheral, const CBAdvertisementData& data,
                                 double rssi) {
-  notify([&](auto& delegate, auto& manager) {
+  notifyDelegates(managers_, [&](auto& delegate, auto& manager) {
     delegate.centralManagerDidDiscover(manager, peripheral, data, rssi);
   });
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -53,10 +52,6 @@ class BluetoothService {
   struct AddressHash {
     std::size_t operator()(const DeviceAddress& address) const;
   };
-
-  using Notice = std::function<void(CBCentralManagerDelegate&, CBCentralManager&)>;
-
-  void notify(const Notice& notice);
 
   MainQueue& queue_;
   PhoneObserver& observer_;

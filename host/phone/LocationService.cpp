@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Classes/bluetooth/DistanceEstimate.hpp"
+#include "host/phone/Notify.hpp"
 
 namespace nimbrel {
 
@@ -93,60 +94,47 @@ std::unique_ptr<CLLocationManager> LocationService::makeManager() {
   return std::make_unique<Manager>(*this);
 }
 
-void LocationService::notify(const Notice& notice) {
-  const std::vector<Manager*> managers = managers_;
-  for (Manager* manager : managers) {
-    // An earlier delegate may have brought about the end of a later manager.
-    if (std::find(managers_.begin(), managers_.end(), manager) == managers_.end()) {
-      continue;
-    }
-    if (const auto delegate = manager->delegate()) {
-      notice(*delegate, *manager);
-    }
-  }
-}
-
 void LocationService::changeAuthorization(CLAuthorizationStatus status) {
   authorization_ = status;
   classAuthorization_ = status;
-  notify([status](auto& delegate, auto& manager) {
+  notifyDelegates(managers_, [status](auto& delegate, auto& manager) {
     delegate.locationManagerDidChangeAuthorization(manager, status);
   });
 }
 
 void LocationService::reportEntry(const CLRegion& region) {
-  notify([&](auto& delegate, auto& manager) {
+  notifyDelegates(managers_, [&](auto& delegate, auto& manager) {
     delegate.locationManagerDidEnterRegion(manager, region);
   });
 }
 
 void LocationService::reportExit(const CLRegion& region) {
-  notify([&](auto& delegate, auto& manager) {
+  notifyDelegates(managers_, [&](auto& delegate, auto& manager) {
     delegate.locationManagerDidExitRegion(manager, region);
   });
 }
 
 void LocationService::reportRanging(const std::vector<CLBeacon>& beacons,
                                     const CLBeaconRegion& region) {
-  notify([&](auto& delegate, auto& manager) {
+  notifyDelegates(managers_, [&](auto& delegate, auto& manager) {
     delegate.locationManagerDidRangeBeacons(manager, beacons, region);
   });
 }
 
 void LocationService::reportFailure(const NSError& error) {
-  notify([&](auto& delegate, auto& manager) {
+  notifyDelegates(managers_, [&](auto& delegate, auto& manager) {
     delegate.locationManagerDidFailWithError(manager, error);
   });
 }
 
 void LocationService::reportMonitoringFailure(const CLRegion* region, const NSError& error) {
-  notify([&](auto& delegate, auto& manager) {
+  notifyDelegates(managers_, [&](auto& delegate, auto& manager) {
     delegate.locationManagerMonitoringDidFailFor(manager, region, error);
   });
 }
 
 void LocationService::reportRangingFailure(const CLBeaconRegion& region, const NSError& error) {
-  notify([&](auto& delegate, auto& manager) {
+  notifyDelegates(managers_, [&](auto& delegate, auto& manager) {
     delegate.locationManagerRangingBeaconsDidFailFor(manager, region, error);
   });
 }

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -89,9 +88,6 @@ class LocationService {
     std::unordered_map<std::uint32_t, std::size_t> places;  // by major and minor
   };
 
-  using Notice = std::function<void(CLLocationManagerDelegate&, CLLocationManager&)>;
-
-  void notify(const Notice& notice);
   void request(std::string_view operation, const CLBeaconRegion& region);
   void startMonitoring(const CLBeaconRegion& region);
   void stopMonitoring(const CLBeaconRegion& region);
