@@ -13,9 +13,8 @@ namespace {
 
 [[noreturn]] void refuse(std::span<const std::uint8_t> bytes, const std::string& name) {
   using namespace std::string_view_literals;
-  constexpr std::array compressed{"\x1F\x8B"sv, "PK\x03\x04"sv,
-                                  "\xFD"
-                                  "7zXZ"sv,
+  // gzip, zip, xz, zstd.
+  constexpr std::array compressed{"\x1F\x8B"sv, "PK\x03\x04"sv, "\xFD\x37zXZ"sv,
                                   "\x28\xB5\x2F\xFD"sv};
   for (const auto magic : compressed) {
     if (bytes.size() >= magic.size() &&

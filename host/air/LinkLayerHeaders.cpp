@@ -68,8 +68,9 @@ void holdFromNordicSniffer(std::span<const std::uint8_t> content, Packet& packet
   if (type != packetOfAnyKind && type != advertisingPacket) return;
 
   ByteCursor cursor(content.subspan(headerLength));
-  const auto length = cursor.byte();
-  ByteCursor header(cursor.take(length - std::size_t{length > 0}));
+  const auto length = cursor.byte();  // It counts itself.
+  if (length == 0) return;
+  ByteCursor header(cursor.take(length - 1U));
   const auto flags = header.byte();
   header.byte();  // The channel.
   // Kept without its sign.

@@ -23,6 +23,7 @@ constexpr std::uint64_t btsnoopStamp = 0x00DCDDB30F2F8000 + micros;
 
 const Bytes report = event(hex("02 01 00 01 665544332211 03 020106 C4"));
 const Bytes h4Report = hex("04") + report;
+const Heard theReport{"112233445566 random -60 020106"};
 const Bytes pdu = hex("D6BE898E 4009665544332211020106 AABBCC");
 
 Bytes h4(const Bytes& packet, std::uint64_t stamp = btsnoopStamp) {
@@ -88,8 +89,6 @@ class CaptureOf : public testing::Test {
 TEST_F(CaptureOf, EveryFormatIsHeardTheSame) {
   const Bytes radio = hex("00 C4 80 00 00000000 0300") + pdu;
   const Bytes nordic = hex("FE 1C00 02 0100 06 0A 01 25 3C 0000 00000000") + pdu;
-  const Bytes sent = big(4, 0) + h4Report;
-  const Bytes monitored = hex("0000 0003") + report;
   const struct {
     const char* what;
     Bytes bytes;
@@ -102,9 +101,8 @@ TEST_F(CaptureOf, EveryFormatIsHeardTheSame) {
       {"pcap H4", pcap(little, 187, h4Report)},
       {"pcap H4, big-endian", pcap(big, 187, h4Report)},
       {"pcap H4, nanoseconds", pcap(little, 187, h4Report, true)},
-      {"pcap H4, big-endian nanoseconds", pcap(big, 187, h4Report, true)},
-      {"pcap H4 with direction", pcap(little, 201, sent)},
-      {"pcap monitor", pcap(little, 254, monitored)},
+      {"pcap H4 with direction", pcap(little, 201, big(4, 0) + h4Report)},
+      {"pcap monitor", pcap(little, 254, hex("0000 0003") + report)},
       {"pcap radio header", pcap(little, 256, radio)},
       {"pcap Nordic", pcap(little, 272, nordic)},
       {"pcapng", pcapng(little, 256, radio)},
@@ -112,7 +110,7 @@ TEST_F(CaptureOf, EveryFormatIsHeardTheSame) {
   };
   for (const auto& [what, bytes] : cases) {
     SCOPED_TRACE(what);
-    EXPECT_EQ(heard(bytes), Heard{"112233445566 random -60 020106"});
+    EXPECT_EQ(heard(bytes), theReport);
     EXPECT_EQ(capture->lastRecordTime(), std::chrono::microseconds(micros));
     EXPECT_EQ(warnings, Heard{});
   }
@@ -156,8 +154,7 @@ TEST_F(CaptureOf, RecordsCutOffAnywhereIsUsedUpToThere) {
   for (const auto& [headerSize, whole] : cases) {
     for (auto end = whole.begin() + headerSize + 1; end != whole.end(); ++end) {
       warnings.clear();
-      EXPECT_EQ(heard(whole + Bytes(whole.begin() + headerSize, end)),
-                Heard{"112233445566 random -60 020106"});
+      EXPECT_EQ(heard(whole + Bytes(whole.begin() + headerSize, end)), theReport);
       EXPECT_EQ(capture->next(), nullptr);
       ASSERT_EQ(warnings.size(), 1U);
       EXPECT_PRED_FORMAT2(IsSubstring, "record at byte " + std::to_string(whole.size()),
@@ -186,8 +183,6 @@ TEST_F(CaptureOf, WhatCannotBeUsedSaysWhyAndWhatToDo) {
        "pcap or pcapng"},
       {hex("1F8B0800"), "walk: is compressed; unpack it first"},
       {text("btsn"), "walk: is cut off inside the btsnoop file header; record the capture again"},
-      {text("btsnoop") + hex("00 00000002 000003EA"),
-       "walk: btsnoop version 2 is not known; convert the file to version 1"},
       {btsnoop(1003, {}),
        "walk: btsnoop datalink 1003 (HCI BCSP) cannot be read; record HCI H1 (1001), HCI H4 (1002) "
        "or the Linux monitor (2001)"},
@@ -220,15 +215,10 @@ class CaptureFile : public CaptureOf {
   const std::string path = folder / "walk";
 };
 
-TEST_F(CaptureFile, IsReadFromDisk) {
-  write(btsnoop(1002, h4(h4Report)));
-  EXPECT_EQ(heardFromFile(), Heard{"112233445566 random -60 020106"});
-}
-
 TEST_F(CaptureFile, IsReadFromAPipe) {
   ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
   const auto writing = std::async(std::launch::async, [&] { write(btsnoop(1002, h4(h4Report))); });
-  EXPECT_EQ(heardFromFile(), Heard{"112233445566 random -60 020106"});
+  EXPECT_EQ(heardFromFile(), theReport);
 }
 
 TEST_F(CaptureFile, LongerThanWhatIsKeptInMemoryIsReadToItsEnd) {
@@ -236,7 +226,7 @@ TEST_F(CaptureFile, LongerThanWhatIsKeptInMemoryIsReadToItsEnd) {
   const auto record = h4(hex("02") + Bytes(250'000, 0));
   for (int i = 0; i < 80; ++i) records.insert(records.end(), record.begin(), record.end());
   write(btsnoop(1002, records + h4(h4Report)));
-  EXPECT_EQ(heardFromFile(), Heard{"112233445566 random -60 020106"});
+  EXPECT_EQ(heardFromFile(), theReport);
 }
 
 TEST_F(CaptureFile, ThatCannotBeReadSaysWhy) {
