@@ -4,7 +4,7 @@
 
 #include "host/air/LinkLayer.hpp"
 #include "host/air/LinkLayerHeaders.hpp"
-#include "tests/air/Bytes.hpp"
+#include "tests/host/air/Bytes.hpp"
 
 namespace nimbrel {
 namespace {

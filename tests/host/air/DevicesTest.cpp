@@ -3,7 +3,7 @@
 #include <string>
 
 #include "host/air/Devices.hpp"
-#include "tests/air/Bytes.hpp"
+#include "tests/host/air/Bytes.hpp"
 
 namespace nimbrel {
 namespace {

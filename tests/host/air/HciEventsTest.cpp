@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "host/air/HciEvents.hpp"
-#include "tests/air/Bytes.hpp"
+#include "tests/host/air/Bytes.hpp"
 
 namespace nimbrel {
 namespace {
