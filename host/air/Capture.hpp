@@ -56,7 +56,7 @@ class Capture {
           const std::string& name, WarningHandler warningHandler);
 
   static Source sourceOf(std::span<const std::uint8_t> bytes, const std::string& name);
-  bool readPacket(Packet& packet);
+  bool readPacket();
 
   std::optional<MappedFile> file;
   std::size_t size;
@@ -67,6 +67,7 @@ class Capture {
   bool ended = false;
   std::optional<std::chrono::microseconds> first;
   std::optional<std::chrono::microseconds> last;
+  Packet packet;
   HciEvents hciEvents;
   Advertisement advertisement;
 };
