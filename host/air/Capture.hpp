@@ -21,7 +21,7 @@
 namespace nimbrel {
 
 /// A recording of Bluetooth traffic, read as the advertisements in it: btsnoop, Apple PacketLogger,
-/// pcap or pcapng, told apart by their first bytes. It needs no more memory for a longer recording.
+/// pcap or pcapng, told apart by their first bytes. A longer file takes no more memory.
 class Capture {
  public:
   /// Takes one line for the user on damage inside the capture, at most once. What comes before the
