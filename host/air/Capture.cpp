@@ -58,8 +58,7 @@ Capture::Source Capture::sourceOf(std::span<const std::uint8_t> bytes, const std
 
 const Advertisement* Capture::next() {
   while (!hciEvents.next(advertisement)) {
-    Packet packet;
-    if (!readPacket(packet)) return nullptr;
+    if (!readPacket()) return nullptr;
     if (packet.kind == Packet::Kind::hciEvent) {
       hciEvents.begin(packet.time, packet.data);
     } else if (packet.kind == Packet::Kind::advertisingPdu &&
@@ -70,7 +69,7 @@ const Advertisement* Capture::next() {
   return &advertisement;
 }
 
-bool Capture::readPacket(Packet& packet) {
+bool Capture::readPacket() {
   // Seldom enough to cost nothing.
   constexpr std::size_t releaseInterval = std::size_t{8} << 20U;
   if (ended) return false;

@@ -21,7 +21,7 @@
 namespace nimbrel {
 
 /// A recording of Bluetooth traffic, read as the advertisements in it: btsnoop, Apple PacketLogger,
-/// pcap or pcapng, told apart by their first bytes. It needs no more memory for a longer recording.
+/// pcap or pcapng, told apart by their first bytes. A longer file takes no more memory.
 class Capture {
  public:
   /// Takes one line for the user on damage inside the capture, at most once. What comes before the
@@ -56,7 +56,7 @@ class Capture {
           const std::string& name, WarningHandler warningHandler);
 
   static Source sourceOf(std::span<const std::uint8_t> bytes, const std::string& name);
-  bool readPacket(Packet& packet);
+  bool readPacket();
 
   std::optional<MappedFile> file;
   std::size_t size;
@@ -67,6 +67,7 @@ class Capture {
   bool ended = false;
   std::optional<std::chrono::microseconds> first;
   std::optional<std::chrono::microseconds> last;
+  Packet packet;
   HciEvents hciEvents;
   Advertisement advertisement;
 };

@@ -5,7 +5,7 @@
 
 namespace nimbrel {
 
-std::optional<std::span<const std::uint8_t>> ExtendedReports::join(
+std::optional<std::span<const std::uint8_t>> ExtendedReports::joinUnfinished(
     const Source& source, DataStatus status, std::span<const std::uint8_t> fragment) {
   // Controllers finish one advertisement before the next or mix few; more than this many are ones
   // whose end was lost, and would pile up in a long capture.

@@ -34,13 +34,20 @@ class ExtendedReports {
   /// Takes a fragment; all of the data with the last one, null before. Truncated data is what came
   /// of it. The result is valid until the next call, or while `fragment` is.
   std::optional<std::span<const std::uint8_t>> join(const Source& source, DataStatus status,
-                                                    std::span<const std::uint8_t> fragment);
+                                                    std::span<const std::uint8_t> fragment) {
+    // Nearly all are whole: nothing is looked for then.
+    if (unfinished.empty() && status != DataStatus::moreToCome) return fragment;
+    return joinUnfinished(source, status, fragment);
+  }
 
  private:
   struct Unfinished {
     Source source;
     std::vector<std::uint8_t> data;
   };
+
+  std::optional<std::span<const std::uint8_t>> joinUnfinished(
+      const Source& source, DataStatus status, std::span<const std::uint8_t> fragment);
 
   std::vector<Unfinished> unfinished;  // The longest waiting first.
   std::vector<std::uint8_t> joined;

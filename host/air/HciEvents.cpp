@@ -7,16 +7,9 @@ namespace {
 /// advertising is left out, as are types yet unknown: without an address, nothing tells which
 /// device it was.
 std::optional<AddressType> addressType(std::uint8_t type) {
-  switch (type) {
-    case 0:
-    case 2:
-      return AddressType::publicAddress;
-    case 1:
-    case 3:
-      return AddressType::randomAddress;
-    default:
-      return std::nullopt;
-  }
+  if (type > 3) return std::nullopt;
+  // Of device addresses, 0 and 1; of resolved identities, 2 and 3.
+  return (type & 1U) == 0 ? AddressType::publicAddress : AddressType::randomAddress;
 }
 
 }  // namespace
@@ -37,7 +30,7 @@ void HciEvents::begin(std::chrono::microseconds time, std::span<const std::uint8
   reportsLeft = reports.byte();
 }
 
-bool HciEvents::next(Advertisement& advertisement) {
+bool HciEvents::nextReport(Advertisement& advertisement) {
   while (reportsLeft > 0) {
     --reportsLeft;
     if (isExtended ? nextExtended(advertisement) : nextLegacy(advertisement)) return true;

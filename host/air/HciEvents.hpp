@@ -21,9 +21,10 @@ class HciEvents {
 
   /// The next advertisement of the event; false after the last. Its data is valid until the next
   /// call of either operation.
-  bool next(Advertisement& advertisement);
+  bool next(Advertisement& advertisement) { return reportsLeft > 0 && nextReport(advertisement); }
 
  private:
+  bool nextReport(Advertisement& advertisement);
   bool nextLegacy(Advertisement& advertisement);
   bool nextExtended(Advertisement& advertisement);
 
