@@ -1,0 +1,228 @@
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "tests/host/air/Bytes.hpp"
+#include "tests/support/Command.hpp"
+
+namespace nimbrel::testing_support {
+namespace {
+
+using Json = nlohmann::json;
+
+constexpr std::uint64_t kSecond = 1'000'000;
+constexpr const char* kUuid = "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0";
+
+/// Seconds since 2023-11-14 22:13:20 as a btsnoop time stamp, which counts microseconds from the
+/// year 0.
+std::uint64_t stamp(double seconds) {
+  return 0x00DCDDB30F2F8000U + 1'700'000'000 * kSecond +
+         static_cast<std::uint64_t>(static_cast<std::int64_t>(seconds * 1e6));
+}
+
+/// One legacy report of an iBeacon with that minor, from a device of its own.
+Bytes beaconReport(double seconds, std::uint8_t minor, std::int8_t rssi = -60) {
+  const Bytes data = withLength(hex("FF 4C00 0215 E2C56DB5DFFB48D2B060D0F5A71096E0 0001 00") +
+                                Bytes{minor} + hex("C5"));
+  const Bytes report = hex("02 01 00 01") + Bytes{minor} + hex("22334455C6") + withLength(data) +
+                       Bytes{static_cast<std::uint8_t>(rssi)};
+  return btsnoopRecord(3, stamp(seconds), hex("04") + event(report));
+}
+
+std::string capture(const Bytes& records) {
+  const Bytes file = btsnoop(1002, records);
+  return {file.begin(), file.end()};
+}
+
+class Scan : public ::testing::Test {
+ protected:
+  /// Scans these records with --json --quiet and the options given.
+  std::vector<Json> detections(const Bytes& records, std::vector<std::string> options = {}) {
+    const TemporaryFile file(capture(records));
+    options.insert(options.begin(), {"scan", file.path(), "--json", "--quiet"});
+    outcome = runCommand(options);
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    std::vector<Json> events;
+    std::istringstream lines(outcome.output);
+    for (std::string line; std::getline(lines, line);) {
+      events.push_back(Json::parse(line));
+    }
+    return events;
+  }
+
+  static std::vector<std::int64_t> timesOf(const std::vector<Json>& events) {
+    std::vector<std::int64_t> times;
+    for (const Json& each : events) {
+      times.push_back(each["ts"].get<std::int64_t>() - 1'700'000'000'000);
+    }
+    return times;
+  }
+
+  Outcome outcome{};
+};
+
+TEST_F(Scan, FindsABeaconInGenericModeUnderTheTimeOfItsRecord) {
+  const auto events = detections(beaconReport(0.987, 7, -70));
+  ASSERT_EQ(events.size(), 1U);
+  EXPECT_EQ(events[0], Json::parse(R"({"ts": 1700000000987,
+      "identifier": "6E696D62-7265-8C00-8001-C65544332207",
+      "uuid": "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0", "majorId": 1, "minorId": 7, "name": "",
+      "mac": "4C:00:02:15:E2:C5", "rssi": -70.0, "txPower": -59.0,
+      "distance": 3.472448313889541, "proximity": "near"})"));
+  EXPECT_EQ(outcome.errors.substr(0, 61),
+            "1 advertisement from 1 device in 1.0 s, 1 detection; took 0.0");
+}
+
+TEST_F(Scan, RangesInFilterModeAndMakesTheLastReport) {
+  const std::string filter = std::string("--filter=") + kUuid + "//7=Lobby";
+  const auto events = detections(beaconReport(0, 7) + beaconReport(0.5, 9) +
+                                     beaconReport(0.6, 7, -63) + beaconReport(1.5, 7, -50),
+                                 {filter});
+  ASSERT_EQ(timesOf(events), (std::vector<std::int64_t>{1000, 2000}));
+  EXPECT_EQ(events[0]["rssi"], -62.0);  // the mean of -60 and -63, its half away from zero
+  EXPECT_EQ(events[1]["rssi"], -50.0);
+  EXPECT_EQ(events[0]["identifier"], "Lobby");
+}
+
+TEST_F(Scan, FollowsARecordersClockWhereverItIsSet) {
+  const std::vector<std::pair<std::vector<double>, std::vector<std::int64_t>>> cases = {
+      {{0, 0.3, 0.2, 3}, {0, 300, 200, 3000}},               // a little out of order
+      {{0, 5, -1000, -997}, {0, 5000, -1000000, -997000}},   // set back
+      {{0, 1e8, 1e8 + 3}, {0, 100000000000, 100000003000}},  // set forth by years
+  };
+  for (const auto& [times, expected] : cases) {
+    Bytes records;
+    std::uint8_t minor = 0;
+    for (const double time : times) {
+      records = records + beaconReport(time, ++minor);
+    }
+    EXPECT_EQ(timesOf(detections(records)), expected);
+  }
+}
+
+TEST_F(Scan, StopsAfterTheTimeAskedFor) {
+  const Bytes records = beaconReport(0, 1) + beaconReport(1.9, 2) + beaconReport(2, 3);
+  EXPECT_EQ(detections(records, {"--for", "2"}).size(), 2U);
+  EXPECT_EQ(detections(records, {"--for", "2", "--speed", "1000"}).size(), 2U);
+}
+
+TEST_F(Scan, UsesACutCaptureUpToTheCutAndSaysWhere) {
+  Bytes records = beaconReport(0, 1) + beaconReport(1, 2);
+  records.resize(records.size() - 3);
+  EXPECT_EQ(detections(records).size(), 1U);
+  EXPECT_NE(outcome.errors.find("byte 82"), std::string::npos) << outcome.errors;
+}
+
+TEST_F(Scan, PrintsDiagnosticsAsOnThePhoneAndWithJsonToTheErrors) {
+  const TemporaryFile file(capture(beaconReport(0, 7)));
+  const Outcome lines = runCommand({"scan", file.path()});
+  EXPECT_EQ(lines.output.substr(0, lines.output.find('\n')), "✅ Bluetooth is on and ready");
+  EXPECT_NE(lines.output.find("\n22:13:20.000  E2C56DB5…                 1/7           -60 dBm"
+                              "     1.14 m  near\n"),
+            std::string::npos)
+      << lines.output;
+  const Outcome json = runCommand({"scan", file.path(), "--json"});
+  EXPECT_EQ(json.output.front(), '{');
+  EXPECT_EQ(json.errors.find("✅ Bluetooth is on and ready\n"), 0U);
+}
+
+TEST_F(Scan, KeepsNamesFromSteeringTheTerminal) {
+  const Bytes name = hex("05 09 411B5B42");
+  const Bytes company = hex("05 FF 59000102");
+  const Bytes data = withLength(name + company);
+  const TemporaryFile file(capture(btsnoopRecord(
+      3, stamp(0), hex("04") + event(hex("02 01 00 00 112233445566") + data + hex("C4")))));
+  const Outcome lines = runCommand({"scan", file.path()});
+  EXPECT_NE(lines.output.find("   - Device: A\\x1B[B\n"), std::string::npos) << lines.output;
+  EXPECT_EQ(lines.output.find('\x1B'), std::string::npos);
+}
+
+struct Refusal {
+  std::vector<std::string> arguments;
+  std::string message;
+};
+
+TEST(BadInput, IsRefusedWithOneLineAndNothingOnTheOutput) {
+  const TemporaryFile empty("");
+  const TemporaryFile unknown("certainly no capture of any known kind");
+  const TemporaryFile silent(capture(btsnoopRecord(2, stamp(0), hex("01 030C00"))));
+  const TemporaryFile serial([] {
+    const Bytes file = btsnoop(1003, {});
+    return std::string(file.begin(), file.end());
+  }());
+  const TemporaryFile play("{\"call\": 1}\n");
+  const std::vector<Refusal> cases = {
+      {{}, "nimbrel: no command given"},
+      {{"fly"}, "nimbrel: unknown command 'fly'"},
+      {{"scan", "/nowhere/a.btsnoop"}, "nimbrel: /nowhere/a.btsnoop: "},
+      {{"scan", "/"}, "nimbrel: /: is a directory"},
+      {{"scan", empty.path()}, "nimbrel: " + empty.path() + ": is empty"},
+      {{"scan", unknown.path()}, "nimbrel: " + unknown.path() + ": "},
+      {{"scan", silent.path()}, "nimbrel: " + silent.path() + ": holds no Bluetooth LE adver"},
+      {{"scan", serial.path()}, "nimbrel: " + serial.path() + ": "},
+      {{"scan", "a", "b"}, "nimbrel: more than one capture"},
+      {{"scan", "--wings"}, "nimbrel: unknown option --wings"},
+      {{"scan", "--filter"}, "nimbrel: the option --filter lacks its value"},
+      {{"scan", "--filter", "x"}, "nimbrel: --filter 'x': 'x' is not a UUID"},
+      {{"scan", "--filter", std::string(kUuid) + "/65536"}, "nimbrel: --filter '"},
+      {{"scan", "--filter", std::string(kUuid) + "/-1"}, "nimbrel: --filter '"},
+      {{"scan", "--filter", std::string(kUuid) + "/1/2/3"}, "nimbrel: --filter '"},
+      {{"scan", "--filter", std::string(kUuid) + "=\xFF"}, "nimbrel: --filter '"},
+      {{"scan", "--speed", "0"}, "nimbrel: --speed '0' is not a number above 0"},
+      {{"scan", "--speed", "fast"}, "nimbrel: --speed 'fast' is not a number above 0"},
+      {{"scan", "--for", "1s"}, "nimbrel: --for '1s' is not a number above 0"},
+      {{"simulate", "/nowhere/a.jsonl"}, "nimbrel: /nowhere/a.jsonl: "},
+      {{"simulate", "/"}, "nimbrel: /: is a directory"},
+      {{"simulate", "a", "b"}, "nimbrel: more than one scenario"},
+      {{"simulate", play.path()}, play.path() + ":1: \"call\" is not a text"},
+  };
+  for (const Refusal& refusal : cases) {
+    const Outcome outcome = runCommand(refusal.arguments);
+    EXPECT_EQ(outcome.status, 2) << refusal.message;
+    EXPECT_EQ(outcome.output, "") << refusal.message;
+    EXPECT_EQ(outcome.errors.substr(0, refusal.message.size()), refusal.message);
+    EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
+  }
+}
+
+TEST(Command, PlaysAScenarioFromTheStandardInput) {
+  const Outcome outcome = runCommand({"simulate", "-"}, "{\"call\": \"checkPermissionStatus\"}");
+  EXPECT_EQ(outcome.status, 0);
+  EXPECT_EQ(outcome.output,
+            "{\"at\":0.0,\"log\":\"✅ Bluetooth is on and ready\"}\n"
+            "{\"at\":0.0,\"reply\":\"checkPermissionStatus\",\"call\":1,"
+            "\"value\":\"AUTHORIZED\"}\n");
+}
+
+TEST(Command, RunsOnWhatComesWithIt) {
+  for (const char* name : {"scan", "simulate"}) {
+    const Outcome outcome = runCommand({name});
+    EXPECT_EQ(outcome.status, 0) << outcome.errors;
+    EXPECT_GT(outcome.output.size(), 10000U);
+    EXPECT_EQ(runCommand({name, "--help"}).status, 0);
+  }
+}
+
+TEST(Command, EndsQuietlyWhenItsReaderHasHadEnoughAndLoudlyWhenTheDiskIsFull) {
+  std::array<int, 2> ends{};
+  ASSERT_EQ(pipe(ends.data()), 0);
+  close(ends[0]);
+  const Outcome closed = runCommandTo(ends[1], {"scan"});
+  close(ends[1]);
+  EXPECT_EQ(closed.status, 0);
+  EXPECT_EQ(closed.errors, "");
+
+  const int full = open("/dev/full", O_WRONLY);
+  const Outcome failed = runCommandTo(full, {"scan"});
+  close(full);
+  EXPECT_EQ(failed.status, 1);
+  EXPECT_NE(failed.errors.find("nimbrel: the output cannot be written"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace nimbrel::testing_support

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace nimbrel::testing_support {
+
+/// What came of a run of the command.
+struct Outcome {
+  int status;  // the exit status, or minus the signal that ended it
+  std::string output;
+  std::string errors;
+};
+
+/// Runs the command as a user would, in UTC, with `input` as its standard input.
+Outcome runCommand(const std::vector<std::string>& arguments, const std::string& input = "");
+
+/// The same, with the standard output going to an open file descriptor.
+Outcome runCommandTo(int output, const std::vector<std::string>& arguments);
+
+/// A file in a folder of its own, gone at the end of the test.
+class TemporaryFile {
+ public:
+  explicit TemporaryFile(std::string_view content);
+  ~TemporaryFile();
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+
+  [[nodiscard]] const std::string& path() const { return path_; }
+
+ private:
+  std::string path_;
+};
+
+}  // namespace nimbrel::testing_support
