@@ -112,9 +112,8 @@ TEST_F(Scan, StopsAfterTheTimeAskedFor) {
 }
 
 TEST_F(Scan, UsesACutCaptureUpToTheCutAndSaysWhere) {
-  Bytes records = beaconReport(0, 1) + beaconReport(1, 2);
-  records.resize(records.size() - 3);
-  EXPECT_EQ(detections(records).size(), 1U);
+  const Bytes records = beaconReport(0, 1) + beaconReport(1, 2);
+  EXPECT_EQ(detections({records.begin(), records.end() - 3}).size(), 1U);
   EXPECT_NE(outcome.errors.find("byte 82"), std::string::npos) << outcome.errors;
 }
 
