@@ -1,6 +1,6 @@
 #import "CentralManagerBinding.h"
 
-#import "Conversions.h"
+#import "FoundationConversions.h"
 
 namespace nimbrel::ios {
 
@@ -17,14 +17,11 @@ void CentralManagerBinding::scanForPeripherals(const std::optional<std::vector<U
       [identifiers addObject:[CBUUID UUIDWithNSUUID:uuidFrom(service)]];
     }
   }
-  NSNumber* allowDuplicates = [NSNumber numberWithBool:options.allowDuplicates];
-  [manager_.get()
-      scanForPeripheralsWithServices:identifiers
-                             options:
-                                 [NSDictionary
-                                     dictionaryWithObject:allowDuplicates
-                                                   forKey:
-                                                       CBCentralManagerScanOptionAllowDuplicatesKey]];
+  [manager_.get() scanForPeripheralsWithServices:identifiers
+                                         options:@{
+                                           CBCentralManagerScanOptionAllowDuplicatesKey :
+                                               @(options.allowDuplicates)
+                                         }];
 }
 
 void CentralManagerBinding::stopScan() { [manager_.get() stopScan]; }

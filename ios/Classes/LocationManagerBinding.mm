@@ -1,6 +1,6 @@
 #import "LocationManagerBinding.h"
 
-#import "Conversions.h"
+#import "LocationConversions.h"
 
 // Ranging by region serves every system from 13.0 on. What follows it there reports through other
 // messages, which the plug-in does not take.
@@ -17,6 +17,7 @@ void LocationManagerBinding::setDesiredAccuracy(double accuracy) {
                                                                          : accuracy];
 }
 
+// Asked on systems from 14.0 on alone.
 __attribute__((availability(ios, introduced = 14.0))) CLAuthorizationStatus
 LocationManagerBinding::authorizationStatus() const {
   return CLAuthorizationStatus([manager_.get() authorizationStatus]);

@@ -1,8 +1,11 @@
 #import "NimbrelPlugin.h"
 
+#import "BluetoothConversions.h"
 #import "CentralManagerBinding.h"
+#import "ChannelConversions.h"
 #include "Classes/NimbrelPlugin.hpp"
-#import "Conversions.h"
+#import "FoundationConversions.h"
+#import "LocationConversions.h"
 #import "LocationManagerBinding.h"
 #import "PlatformBinding.h"
 #import "RegistrarBinding.h"

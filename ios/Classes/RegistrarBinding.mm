@@ -1,6 +1,6 @@
 #import "RegistrarBinding.h"
 
-#import "Conversions.h"
+#import "FoundationConversions.h"
 
 namespace nimbrel::ios {
 

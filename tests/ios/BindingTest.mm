@@ -6,7 +6,8 @@
 #include <utility>
 
 #include "ios/Classes/CentralManagerBinding.h"
-#include "ios/Classes/Conversions.h"
+#include "ios/Classes/ChannelConversions.h"
+#include "ios/Classes/FoundationConversions.h"
 #include "ios/Classes/LocationManagerBinding.h"
 #include "tests/ios/World.h"
 

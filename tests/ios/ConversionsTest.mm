@@ -1,11 +1,11 @@
-#include "ios/Classes/Conversions.h"
+#include "ios/Classes/BluetoothConversions.h"
+#include "ios/Classes/ChannelConversions.h"
+#include "ios/Classes/FoundationConversions.h"
 
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <numeric>
-
-#include "ios/Classes/CentralManagerBinding.h"
 
 namespace nimbrel::ios {
 namespace {

@@ -7,23 +7,28 @@ class Lifetime : public World {
  protected:
   Lifetime() { phone.location().changeAuthorization(CLAuthorizationStatus::notDetermined); }
 
-  /// A permission request that the user has yet to answer, and whose answer runs `answered`. A held
-  /// block shows as a holder of what it captured.
-  void request(std::function<void()> answered, std::shared_ptr<int> captured = nullptr) {
-    [plugin handleMethodCall:[::FlutterMethodCall methodCallWithMethodName:@"requestPermissions"
-                                                                 arguments:nil]
-                      result:^(id) {
-                        static_cast<void>(captured);
-                        answered();
-                      }];
+  /// A callback that calls `called`. While it is held, it is one more holder of `captured`.
+  static ios::Retained<::FlutterResult> callback(const std::function<void()>& called,
+                                                 const std::shared_ptr<int>& captured) {
+    const std::function<void()> call = called;
+    const std::shared_ptr<int> holder = captured;
+    return ios::Retained<::FlutterResult>(^(id) {
+      static_cast<void>(holder);
+      call();
+    });
   }
 
-  void listen(std::function<void()> received, std::shared_ptr<int> captured = nullptr) {
-    [plugin onListenWithArguments:nil
-                        eventSink:^(id) {
-                          static_cast<void>(captured);
-                          received();
-                        }];
+  /// A permission request that the user has yet to answer.
+  void request(const std::function<void()>& answered,
+               const std::shared_ptr<int>& captured = nullptr) {
+    [plugin handleMethodCall:[::FlutterMethodCall methodCallWithMethodName:@"requestPermissions"
+                                                                 arguments:nil]
+                      result:callback(answered, captured).get()];
+  }
+
+  void listen(const std::function<void()>& received,
+              const std::shared_ptr<int>& captured = nullptr) {
+    [plugin onListenWithArguments:nil eventSink:callback(received, captured).get()];
   }
 
   void decide(CLAuthorizationStatus status) { phone.location().changeAuthorization(status); }

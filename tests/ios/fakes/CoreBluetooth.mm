@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "ios/Classes/Conversions.h"
+#include "ios/Classes/FoundationConversions.h"
 #include "tests/ios/fakes/Device.h"
 
 using nimbrel::fakes::Device;

@@ -1,6 +1,7 @@
 #import <CoreLocation/CoreLocation.h>
 
-#include "ios/Classes/Conversions.h"
+#include "ios/Classes/FoundationConversions.h"
+#include "ios/Classes/LocationConversions.h"
 #include "tests/ios/fakes/Device.h"
 
 using nimbrel::fakes::Device;

@@ -1,10 +1,11 @@
-#include "ios/Classes/Conversions.h"
+#include "ios/Classes/ChannelConversions.h"
+#include "ios/Classes/FoundationConversions.h"
 #include "tests/ios/fakes/Device.h"
 #include "tests/ios/fakes/Engine.h"
 
 using nimbrel::fakes::record;
 
-NSObject* const FlutterMethodNotImplemented = @"FlutterMethodNotImplemented";
+NSObject const* FlutterMethodNotImplemented = @"FlutterMethodNotImplemented";
 
 @implementation FlutterError
 @synthesize code = _code, message = _message;

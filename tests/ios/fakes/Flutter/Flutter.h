@@ -8,7 +8,7 @@
 
 typedef void (^FlutterResult)(id result);
 typedef void (^FlutterEventSink)(id event);
-extern NSObject* const FlutterMethodNotImplemented;
+extern NSObject const* FlutterMethodNotImplemented;
 
 @interface FlutterError : NSObject {
   NSString* _code;

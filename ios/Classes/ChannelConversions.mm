@@ -1,16 +1,14 @@
-#import "Conversions.h"
+#import "ChannelConversions.h"
 
-#include <cstring>
+#include <cstdint>
 #include <limits>
-#include <span>
+
+#import "FoundationConversions.h"
+#import "Retained.h"
 
 namespace nimbrel::ios {
 
 namespace {
-
-std::span<const std::uint8_t> bytesOf(NSData* data) {
-  return {static_cast<const std::uint8_t*>([data bytes]), [data length]};
-}
 
 EncodableValue numberFrom(NSNumber* number) {
   // A boolean says that it is a character, as a small integer may: only its class tells it apart.
@@ -84,35 +82,6 @@ id callbackObjectFrom(const EncodableValue& value) {
 
 }  // namespace
 
-std::string textFrom(NSString* text) {
-  const auto bytes = bytesOf([text dataUsingEncoding:NSUTF8StringEncoding
-                                allowLossyConversion:YES]);
-  return {bytes.begin(), bytes.end()};
-}
-
-NSString* stringFrom(std::string_view text) {
-  for (const NSStringEncoding encoding : {NSUTF8StringEncoding, NSISOLatin1StringEncoding}) {
-    const auto string = Retained<NSString*>::adopt([[NSString alloc] initWithBytes:text.data()
-                                                                            length:text.size()
-                                                                          encoding:encoding]);
-    if (string.get() != nil) {
-      return string.autoreleased();
-    }
-  }
-  return @"";
-}
-
-UUID uuidFrom(NSUUID* uuid) {
-  UUID value;
-  [uuid getUUIDBytes:value.bytes.data()];
-  return value;
-}
-
-NSUUID* uuidFrom(UUID uuid) {
-  return Retained<NSUUID*>::adopt([[NSUUID alloc] initWithUUIDBytes:uuid.bytes.data()])
-      .autoreleased();
-}
-
 EncodableValue valueFrom(id object) {
   if ([object isKindOfClass:[NSNumber class]]) {
     return numberFrom(object);
@@ -164,71 +133,6 @@ FlutterEventSink sinkFrom(::FlutterEventSink sink) {
                                                    message:stringFrom(error->message)
                                                    details:nil]
                            : nil;
-}
-
-PlatformBeaconRegion::PlatformBeaconRegion(::CLBeaconRegion* region)
-    : CLBeaconRegion(uuidFrom([region UUID]), textFrom([region identifier])), object(region) {
-  notifyOnEntry = [region notifyOnEntry];
-  notifyOnExit = [region notifyOnExit];
-  notifyEntryStateOnDisplay = [region notifyEntryStateOnDisplay];
-}
-
-std::shared_ptr<const CLRegion> regionFrom(::CLRegion* region) {
-  if (region == nil) {
-    return nullptr;
-  }
-  if ([region isKindOfClass:[::CLBeaconRegion class]]) {
-    return std::make_shared<PlatformBeaconRegion>(static_cast<::CLBeaconRegion*>(region));
-  }
-  return std::make_shared<CLRegion>(textFrom([region identifier]));
-}
-
-::CLBeaconRegion* regionFrom(const CLBeaconRegion& region) {
-  if (const auto* known = dynamic_cast<const PlatformBeaconRegion*>(&region)) {
-    return known->object.get();
-  }
-  const auto made = Retained<::CLBeaconRegion*>::adopt([[::CLBeaconRegion alloc]
-      initWithUUID:uuidFrom(region.uuid)
-        identifier:stringFrom(region.identifier)]);
-  [made.get() setNotifyOnEntry:region.notifyOnEntry];
-  [made.get() setNotifyOnExit:region.notifyOnExit];
-  [made.get() setNotifyEntryStateOnDisplay:region.notifyEntryStateOnDisplay];
-  return made.autoreleased();
-}
-
-std::vector<CLBeacon> beaconsFrom(NSArray* beacons) {
-  std::vector<CLBeacon> values;
-  values.reserve([beacons count]);
-  for (::CLBeacon* beacon in beacons) {
-    values.push_back({.uuid = uuidFrom([beacon UUID]),
-                      .major = [[beacon major] integerValue],
-                      .minor = [[beacon minor] integerValue],
-                      .rssi = [beacon rssi],
-                      .accuracy = [beacon accuracy],
-                      .proximity = CLProximity([beacon proximity])});
-  }
-  return values;
-}
-
-NSError errorFrom(::NSError* error) { return {textFrom([error localizedDescription])}; }
-
-CBPeripheral peripheralFrom(::CBPeripheral* peripheral) {
-  CBPeripheral value{uuidFrom([peripheral identifier]), std::nullopt};
-  if (NSString* name = [peripheral name]) {
-    value.name = textFrom(name);
-  }
-  return value;
-}
-
-CBAdvertisementData advertisementDataFrom(NSDictionary* data) {
-  id value = [data objectForKey:CBAdvertisementDataManufacturerDataKey];
-  if (value == nil) {
-    return {};
-  }
-  if ([value isKindOfClass:[NSData class]]) {
-    return {bytesOf(value)};
-  }
-  return {CBAdvertisementData::NotBytes()};
 }
 
 }  // namespace nimbrel::ios
