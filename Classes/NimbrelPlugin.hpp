@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -35,6 +36,13 @@ class NimbrelPlugin final : public FlutterPlugin,
   /// Opens both channels on the registrar's messenger, builds the plug-in, makes it the receiver
   /// of both and gives it its managers. `platform` outlives the plug-in.
   static void registerWith(FlutterPluginRegistrar& registrar, Platform& platform);
+
+  /// Makes the plug-in, where somebody else than the registration is to own its platform.
+  using Builder = std::function<std::shared_ptr<NimbrelPlugin>()>;
+
+  /// The same, with the plug-in that `build` makes in its turn. The plug-in's own platform gives it
+  /// its managers.
+  static void registerWith(FlutterPluginRegistrar& registrar, const Builder& build);
 
   /// A plug-in without managers, as `registerWith` first builds it. `platform` outlives it.
   explicit NimbrelPlugin(Platform& platform);

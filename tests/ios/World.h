@@ -1,0 +1,90 @@
+#pragma once
+
+#import <Foundation/Foundation.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/engine/Messenger.hpp"
+#include "host/engine/Registrar.hpp"
+#include "host/phone/Phone.hpp"
+#import "ios/Classes/NimbrelPlugin.h"
+#include "tests/ios/fakes/Device.h"
+#include "tests/ios/fakes/Engine.h"
+
+namespace nimbrel {
+
+/// A phone with the frameworks in front of it, and one registered plug-in object.
+class World : public testing::Test, private PhoneObserver {
+ protected:
+  using Trace = std::vector<std::string>;
+
+  explicit World(const Phone::Setup& setup = {}) : phone(setup, queue, *this), device(phone) {
+    Registrar registrar(*messenger);
+    EngineRegistrar* object = [EngineRegistrar registrarFor:registrar];
+    [NimbrelPlugin registerWithRegistrar:object];
+    plugin = static_cast<NimbrelPlugin*>(object.delegate);
+  }
+  ~World() override {
+    messenger.reset();
+    [pool_ drain];
+  }
+
+  /// What the plug-in logs and asks of the phone while `action` and what it queues run.
+  Trace traceOf(const std::function<void()>& action) {
+    queue.drain();
+    trace_.clear();
+    action();
+    queue.drain();
+    return trace_;
+  }
+
+  /// What the plug-in answers at once; nil where it does not.
+  id answerTo(NSString* method, id arguments = nil) {
+    __block id answer = nil;
+    [plugin handleMethodCall:[::FlutterMethodCall methodCallWithMethodName:method
+                                                                 arguments:arguments]
+                      result:^(id value) {
+                        answer = [[value retain] autorelease];
+                      }];
+    return answer;
+  }
+
+  /// The one event that reaches the application while `action` and what it queues run.
+  NSDictionary* eventOf(const std::function<void()>& action) {
+    NSMutableArray* events = [NSMutableArray array];
+    [plugin onListenWithArguments:nil
+                        eventSink:^(id event) {
+                          [events addObject:event];
+                        }];
+    action();
+    queue.drain();
+    [plugin onCancelWithArguments:nil];
+    EXPECT_EQ([events count], 1U);
+    return [events lastObject];
+  }
+
+ private:
+  void logged(std::string_view line) override { trace_.emplace_back(line); }
+  void requested(const Request& request) override {
+    trace_.push_back(std::string(request.operation) +
+                     (request.region.has_value() ? " " + request.region->identifier : ""));
+  }
+
+  NSAutoreleasePool* pool_ = [[NSAutoreleasePool alloc] init];
+  Trace trace_;
+
+ protected:
+  MainQueue queue;
+  Phone phone;
+  fakes::Device device;
+  /// The application's end of the channels, which keeps the plug-in alive.
+  std::unique_ptr<Messenger> messenger = std::make_unique<Messenger>();
+  NimbrelPlugin* plugin = nil;
+};
+
+}  // namespace nimbrel

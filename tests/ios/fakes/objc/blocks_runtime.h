@@ -1,0 +1,4 @@
+#pragma once
+
+// Where the Objective-C headers look for the declarations of blocks.
+#include <Block.h>
