@@ -32,10 +32,10 @@ class WatchedRegistrar final : public FlutterPluginRegistrar, public FlutterBina
 
 TEST(RegistrationSteps, OpenBothChannelsBeforeThePluginIsConnected) {
   std::vector<std::string> steps;
-  WatchedRegistrar registrar(steps);
   MainQueue queue;
   Notebook notebook;
   Phone phone({}, queue, notebook);
+  WatchedRegistrar registrar(steps);
   NimbrelPlugin::registerWith(registrar, phone);
   EXPECT_EQ(steps, (std::vector<std::string>{"messenger", "methods com.quorvane.nimbrel/methods",
                                              "messenger", "events com.quorvane.nimbrel/events",
