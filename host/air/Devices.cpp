@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "Classes/text/Utf8.hpp"
+
 namespace nimbrel {
 namespace {
 
@@ -11,31 +13,11 @@ std::uint64_t keyOf(const DeviceAddress& address) {
   return key;
 }
 
-/// The length of the UTF-8 character at the start of `text`, or 0 where there is none.
-/// Source: RFC 3629, section 4.
-std::size_t characterLength(std::string_view text) {
-  const auto at = [&](std::size_t i) { return static_cast<std::uint8_t>(text[i]); };
-  const auto lead = at(0);
-  if (lead < 0x80) return 1;
-  const std::size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
-  if (lead < 0xC2 || lead > 0xF4 || text.size() < length) return 0;
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((at(i) & 0xC0U) != 0x80) return 0;
-  }
-  // Overlong forms, surrogates, and what lies beyond U+10FFFF.
-  const auto second = at(1);
-  if ((lead == 0xE0 && second < 0xA0) || (lead == 0xED && second > 0x9F) ||
-      (lead == 0xF0 && second < 0x90) || (lead == 0xF4 && second > 0x8F)) {
-    return 0;
-  }
-  return length;
-}
-
 void appendValid(std::string_view text, std::string& valid) {
   while (!text.empty()) {
-    const auto length = characterLength(text);
-    valid.append(length > 0 ? text.substr(0, length) : "\uFFFD");
-    text.remove_prefix(std::max<std::size_t>(length, 1));
+    const Utf8Character character = decodeUtf8(text);
+    valid.append(character.valid ? text.substr(0, character.size) : "\uFFFD");
+    text.remove_prefix(character.size);
   }
 }
 
