@@ -61,29 +61,12 @@ std::set<std::string> protocolsOf(Class cls) {
 
 class Binding : public World {
  protected:
-  using World::World;
-
   ::CLLocationManager* manager = [[[::CLLocationManager alloc] init] autorelease];
   ::CLBeaconRegion* door =
       [[[::CLBeaconRegion alloc] initWithUUID:uuid(@"e2c56db5-dffb-48d2-b060-d0f5a71096e0")
                                    identifier:@"door"] autorelease];
   ::CLRegion* garden = [[[::CLRegion alloc] initWithIdentifier:@"garden"] autorelease];
 };
-
-/// A system of some major version, on which the class-level query and the manager disagree.
-template <int majorVersion>
-class BindingOn : public Binding {
- protected:
-  static Phone::Setup setup() {
-    Phone::Setup setup;
-    setup.systemVersion = {majorVersion, 0, 0};
-    setup.location.classAuthorization = CLAuthorizationStatus::denied;
-    return setup;
-  }
-  BindingOn() : Binding(setup()) {}
-};
-using BindingOn13 = BindingOn<13>;
-using BindingOn14 = BindingOn<14>;
 
 TEST_F(Binding, RespondsToExactlyTheMessagesOfTheSystem) {
   EXPECT_EQ(methodsOf([NimbrelPlugin class]),
@@ -234,14 +217,6 @@ TEST_F(Binding, AnswersAPermissionRequestWhenTheUserHasDecided) {
   [plugin locationManager:manager
       didChangeAuthorizationStatus:kCLAuthorizationStatusAuthorizedWhenInUse];
   EXPECT_EQ(ios::valueFrom(answers), EncodableValue(EncodableList{true}));
-}
-
-TEST_F(BindingOn13, ReadsThePermissionFromTheClass) {
-  EXPECT_TRUE([answerTo(@"checkPermissionStatus") isEqual:@"DENIED"]);
-}
-
-TEST_F(BindingOn14, ReadsThePermissionFromTheManager) {
-  EXPECT_TRUE([answerTo(@"checkPermissionStatus") isEqual:@"AUTHORIZED"]);
 }
 
 TEST_F(Binding, ScansForServicesWhereSomeAreAskedFor) {

@@ -23,7 +23,7 @@ class World : public testing::Test, private PhoneObserver {
  protected:
   using Trace = std::vector<std::string>;
 
-  explicit World(const Phone::Setup& setup = {}) : phone(setup, queue, *this), device(phone) {
+  World() {
     Registrar registrar(*messenger);
     EngineRegistrar* object = [EngineRegistrar registrarFor:registrar];
     [NimbrelPlugin registerWithRegistrar:object];
@@ -80,8 +80,8 @@ class World : public testing::Test, private PhoneObserver {
 
  protected:
   MainQueue queue;
-  Phone phone;
-  fakes::Device device;
+  Phone phone{{}, queue, *this};
+  fakes::Device device{phone};
   /// The application's end of the channels, which keeps the plug-in alive.
   std::unique_ptr<Messenger> messenger = std::make_unique<Messenger>();
   NimbrelPlugin* plugin = nil;
