@@ -4,8 +4,8 @@
 
 #include "host/engine/Registrar.hpp"
 #import "ios/Classes/NimbrelPlugin.h"
-#include "tests/ios/fakes/Device.h"
-#include "tests/ios/fakes/Engine.h"
+#include "host/frameworks/Device.h"
+#include "host/frameworks/Engine.h"
 #include "tests/support/Transcripts.hpp"
 
 namespace nimbrel::testing_support {

@@ -13,8 +13,8 @@
 #include "host/engine/Registrar.hpp"
 #include "host/phone/Phone.hpp"
 #import "ios/Classes/NimbrelPlugin.h"
-#include "tests/ios/fakes/Device.h"
-#include "tests/ios/fakes/Engine.h"
+#include "host/frameworks/Device.h"
+#include "host/frameworks/Engine.h"
 
 namespace nimbrel {
 

@@ -2,7 +2,7 @@
 
 #include "ios/Classes/FoundationConversions.h"
 #include "ios/Classes/LocationConversions.h"
-#include "tests/ios/fakes/Device.h"
+#include "host/frameworks/Device.h"
 
 using nimbrel::fakes::Device;
 using nimbrel::fakes::record;

@@ -1,7 +1,7 @@
 #include "ios/Classes/ChannelConversions.h"
 #include "ios/Classes/FoundationConversions.h"
-#include "tests/ios/fakes/Device.h"
-#include "tests/ios/fakes/Engine.h"
+#include "host/frameworks/Device.h"
+#include "host/frameworks/Engine.h"
 
 using nimbrel::fakes::record;
 

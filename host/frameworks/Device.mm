@@ -1,4 +1,4 @@
-#include "tests/ios/fakes/Device.h"
+#include "host/frameworks/Device.h"
 
 #import <dispatch/dispatch.h>
 #import <objc/runtime.h>

@@ -3,7 +3,7 @@
 #include <cstdlib>
 
 #include "ios/Classes/FoundationConversions.h"
-#include "tests/ios/fakes/Device.h"
+#include "host/frameworks/Device.h"
 
 using nimbrel::fakes::Device;
 using nimbrel::fakes::record;
