@@ -30,8 +30,8 @@ bool isRefusal(const sdbus::Error& error) {
 }
 
 constexpr auto refusal =
-    "the system bus gives no access to bluetoothd; join the group that has it (sudo usermod -aG "
-    "bluetooth $USER) and log in again";
+    "the system bus gives no access to it; join the group that has it (sudo usermod -aG bluetooth "
+    "$USER) and log in again";
 
 std::map<std::string, sdbus::Variant> discoveryFilter() {
   return {{"Transport", sdbus::Variant(std::string("le"))},
@@ -66,8 +66,8 @@ BluezAdapter::BluezAdapter(std::optional<std::string> name, MainQueue& mainQueue
   try {
     connect();
   } catch (const sdbus::Error& error) {
-    throw InputError("the system bus", "cannot be reached (" + error.getMessage() +
-                                           "); start it (sudo systemctl start dbus)");
+    throw InputError("the system bus", "cannot be reached: " + error.getMessage() +
+                                           "; start it (sudo systemctl start dbus)");
   }
   try {
     Objects objects;
@@ -75,8 +75,8 @@ BluezAdapter::BluezAdapter(std::optional<std::string> name, MainQueue& mainQueue
     note(objects);
   } catch (const sdbus::Error& error) {
     if (isRefusal(error)) throw InputError("bluetoothd", refusal);
-    throw InputError("bluetoothd", "does not answer (" + error.getMessage() +
-                                       "); install BlueZ (sudo apt install bluez) and start it "
+    throw InputError("bluetoothd", "does not answer: " + error.getMessage() +
+                                       "; install BlueZ (sudo apt install bluez) and start it "
                                        "(sudo systemctl start bluetooth)");
   }
   path = chosen();
@@ -99,8 +99,8 @@ BluezAdapter::BluezAdapter(std::optional<std::string> name, MainQueue& mainQueue
   } catch (const sdbus::Error& error) {
     throw InputError(nameOf(path), isRefusal(error)
                                        ? refusal
-                                       : "cannot scan (" + error.getMessage() +
-                                             "); restart BlueZ (sudo systemctl restart bluetooth)");
+                                       : "cannot scan: " + error.getMessage() +
+                                             "; restart BlueZ (sudo systemctl restart bluetooth)");
   }
 }
 
@@ -167,7 +167,7 @@ void BluezAdapter::askForObjects() {
             choose();
           });
         } else if (isRefusal(*error)) {
-          bus->post([] { throw std::runtime_error(refusal); });
+          bus->post([] { throw std::runtime_error(std::string("bluetoothd: ") + refusal); });
         }
         // Any other error: there is no daemon yet. Its coming is signalled.
       });
@@ -349,11 +349,11 @@ void BluezAdapter::restartDiscovery() {
 }
 
 void BluezAdapter::discoveryFailed(const sdbus::Error& error) {
-  if (isRefusal(error)) throw std::runtime_error(refusal);
+  if (isRefusal(error)) throw std::runtime_error(std::string("bluetoothd: ") + refusal);
   // The first time, it may just not be ready: its power has only come on.
   if (++failures == 2) {
-    observer.noted(nameOf(path) + ": cannot scan (" + error.getMessage() +
-                   "); it is tried again every second");
+    observer.noted(nameOf(path) + ": cannot scan: " + error.getMessage() +
+                   "; it is tried again every second");
   }
   after(pause, [this, attempt = attempts] {
     if (attempt == attempts) restartDiscovery();

@@ -51,8 +51,8 @@ BtSnoopWriter::BtSnoopWriter(std::string path, bool overwrites)
     if (errno == EEXIST) {
       throw InputError(name, "is there already; name another file, or give --force to replace it");
     }
-    throw InputError(name, std::string("cannot be written (") + std::strerror(errno) +
-                               "); name a file that can");
+    throw InputError(
+        name, std::string("cannot be written: ") + std::strerror(errno) + "; name a file that can");
   }
   records.assign(BtSnoop::magic.begin(), BtSnoop::magic.end());
   appendBig(records, std::uint32_t{1});

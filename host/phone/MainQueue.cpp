@@ -33,6 +33,9 @@ void MainQueue::at(Time due, DispatchTask task) {
 }
 
 void MainQueue::drain() {
+  if (!running_.empty()) {
+    return;
+  }
   while (!tasks_.empty()) {
     running_.swap(tasks_);
     for (DispatchTask& task : running_) {

@@ -40,7 +40,8 @@ class MainQueue {
   /// which they were asked for.
   void at(Time due, DispatchTask task);
 
-  /// Runs the tasks that wait in the queue, and those that they add, until none is left.
+  /// Runs the tasks that wait in the queue, and those that they add, until none is left. Within a
+  /// task it does nothing: they run after that one.
   void drain();
 
   /// Lets the time pass up to `end`, and runs all that falls due by then, what is due at `end`
