@@ -1,14 +1,12 @@
 #include "host/air/AdvertisingData.hpp"
 
+#include <algorithm>
+
 #include "host/air/ByteCursor.hpp"
 
 namespace nimbrel {
 
 AdvertisingData AdvertisingData::parse(std::span<const std::uint8_t> data) {
-  constexpr std::uint8_t shortenedName = 0x08;
-  constexpr std::uint8_t completeName = 0x09;
-  constexpr std::uint8_t manufacturerSpecific = 0xFF;
-
   AdvertisingData parsed;
   ByteCursor cursor(data);
   while (!cursor.rest().empty()) {
@@ -26,6 +24,15 @@ AdvertisingData AdvertisingData::parse(std::span<const std::uint8_t> data) {
     }
   }
   return parsed;
+}
+
+void AdvertisingData::append(std::vector<std::uint8_t>& data, StructureType type,
+                             std::span<const std::uint8_t> payload) {
+  constexpr std::size_t longestPayload = 254;
+  const auto kept = payload.first(std::min(payload.size(), longestPayload));
+  data.push_back(static_cast<std::uint8_t>(kept.size() + 1));
+  data.push_back(type);
+  data.insert(data.end(), kept.begin(), kept.end());
 }
 
 }  // namespace nimbrel

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <vector>
 
 namespace nimbrel {
 
@@ -10,6 +11,12 @@ namespace nimbrel {
 /// Source: Bluetooth Core Specification, volume 3, part C, section 11; the types are those of its
 /// Supplement, part A, sections 1.2 and 1.4.
 struct AdvertisingData {
+  enum StructureType : std::uint8_t {
+    shortenedName = 0x08,
+    completeName = 0x09,
+    manufacturerSpecific = 0xFF,
+  };
+
   /// The complete local name or else the shortened one, in what should be UTF-8. Never empty.
   std::optional<std::span<const std::uint8_t>> name;
   bool isNameComplete = false;
@@ -20,6 +27,11 @@ struct AdvertisingData {
   /// A structure of length zero ends the data. So does one that is longer than what is left:
   /// nothing tells how much of it was meant, and phones ignore it, too.
   static AdvertisingData parse(std::span<const std::uint8_t> data);
+
+  /// Adds a structure to the end of `data`. A payload that no structure can hold, of more than 254
+  /// bytes, is cut.
+  static void append(std::vector<std::uint8_t>& data, StructureType type,
+                     std::span<const std::uint8_t> payload);
 };
 
 }  // namespace nimbrel

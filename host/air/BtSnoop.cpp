@@ -1,7 +1,6 @@
 #include "host/air/BtSnoop.hpp"
 
 #include <algorithm>
-#include <array>
 #include <bit>
 #include <chrono>
 #include <limits>
@@ -14,23 +13,17 @@
 namespace nimbrel {
 namespace {
 
-constexpr std::array<std::uint8_t, 8> magic{'b', 't', 's', 'n', 'o', 'o', 'p', 0};
 constexpr std::size_t headerSize = 16;
-/// 1970-01-01 in microseconds since the year 0, as all recorders count them: 12 days more than the
-/// calendar has.
-constexpr std::chrono::microseconds unixEpoch{0x00DCDDB30F2F8000};
 /// Far above any HCI packet: a length beyond it is damage, not data.
 constexpr std::uint32_t longestRecord = 0x40000;
-
-enum Datalink : std::uint32_t { h1 = 1001, h4 = 1002, bcsp = 1003, h5 = 1004, monitor = 2001 };
 
 /// H1 packets carry no type of their own; the record's flags tell them apart.
 constexpr std::uint32_t receivedEvent = 3;
 
 std::string describe(std::uint32_t datalink) {
   auto number = std::to_string(datalink);
-  if (datalink == bcsp) return number + " (HCI BCSP)";
-  if (datalink == h5) return number + " (HCI H5)";
+  if (datalink == BtSnoop::bcsp) return number + " (HCI BCSP)";
+  if (datalink == BtSnoop::h5) return number + " (HCI H5)";
   return number;
 }
 
@@ -77,8 +70,7 @@ bool BtSnoop::next(Packet& packet) {
   if (!cursor.ok()) throwCutOff(name, offset);
   const std::chrono::microseconds sinceEpoch(static_cast<std::int64_t>(
       std::min<std::uint64_t>(stamp, std::numeric_limits<std::int64_t>::max())));
-  packet.time =
-      std::clamp<std::chrono::microseconds>(sinceEpoch - unixEpoch, earliestTime, latestTime);
+  packet.time = std::clamp<std::chrono::microseconds>(sinceEpoch - epoch, earliestTime, latestTime);
   switch (datalink) {
     case h1:
       packet.holdHci((flags & receivedEvent) == receivedEvent, content);

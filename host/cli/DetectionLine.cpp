@@ -33,8 +33,13 @@ std::size_t characterCount(std::string_view text) {
   return count;
 }
 
-/// What a person knows the source by: its name, the head of its UUID, or the device's address,
-/// which a device's identifier ends in.
+void appendRightAligned(std::string& out, std::string_view text, std::size_t width) {
+  const std::size_t size = characterCount(text);
+  out.append(width > size ? width - size : 0, ' ').append(text);
+}
+
+}  // namespace
+
 std::string identityOf(const EncodableMap& event) {
   std::string identity;
   const std::string& name = *valueFor<std::string>(event, "name");
@@ -53,6 +58,15 @@ std::string identityOf(const EncodableMap& event) {
   return identity;
 }
 
+std::string numbersOf(const EncodableMap& event) {
+  const std::int64_t major = *integerFor(event, "majorId");
+  std::string numbers("-");
+  if (major >= 0) {
+    numbers.assign(Decimal(major)).append("/").append(Decimal(*integerFor(event, "minorId")));
+  }
+  return numbers;
+}
+
 std::string distanceText(double metres) {
   if (metres < 0.0) {
     return "?";
@@ -64,13 +78,6 @@ std::string distanceText(double metres) {
   const int size = std::snprintf(digits.data(), digits.size(), "%.2f m", metres);
   return {digits.data(), static_cast<std::size_t>(size)};
 }
-
-void appendRightAligned(std::string& out, std::string_view text, std::size_t width) {
-  const std::size_t size = characterCount(text);
-  out.append(width > size ? width - size : 0, ' ').append(text);
-}
-
-}  // namespace
 
 void appendPrintable(std::string& out, std::string_view text) {
   while (!text.empty()) {
@@ -119,12 +126,7 @@ void DetectionLine::appendTime(std::string& out, std::int64_t ts) {
 void DetectionLine::append(std::string& out, const EncodableMap& event) {
   appendTime(out, *integerFor(event, "ts"));
   out.append("  ").append(fitted(identityOf(event), 24)).append("  ");
-  const std::int64_t major = *integerFor(event, "majorId");
-  std::string numbers("-");
-  if (major >= 0) {
-    numbers.assign(Decimal(major)).append("/").append(Decimal(*integerFor(event, "minorId")));
-  }
-  out.append(fitted(numbers, 11)).append("  ");
+  out.append(fitted(numbersOf(event), 11)).append("  ");
   const double rssi = *valueFor<double>(event, "rssi");
   const std::string strength =
       rssi == 0.0 ? "silent" : std::string(Decimal(static_cast<int>(rssi))) + " dBm";

@@ -25,6 +25,16 @@ class DetectionLine {
   std::string clock_;
 };
 
+/// What a person knows the source of a detection event by: its name, the head of its UUID, or the
+/// device's address, which a device's identifier ends in.
+std::string identityOf(const EncodableMap& event);
+
+/// Major and minor of a detection event, "1/9", or "-" where it has none.
+std::string numbersOf(const EncodableMap& event);
+
+/// "1.25 m"; "?" where the distance is unknown.
+std::string distanceText(double metres);
+
 /// `text` without anything that would move the cursor or break the line: control characters stand
 /// as \xNN.
 void appendPrintable(std::string& out, std::string_view text);

@@ -1,6 +1,7 @@
 #include "host/cli/Output.hpp"
 
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -30,5 +31,13 @@ void Output::flush() {
 }
 
 bool Output::isTerminal() const { return isatty(descriptor_) == 1; }
+
+TerminalSize Output::terminalSize() const {
+  winsize size{};
+  if (ioctl(descriptor_, TIOCGWINSZ, &size) != 0 || size.ws_col == 0 || size.ws_row == 0) {
+    return {80, 24};
+  }
+  return {size.ws_col, size.ws_row};
+}
 
 }  // namespace nimbrel

@@ -1,11 +1,18 @@
 #pragma once
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
 
 namespace nimbrel {
+
+/// In characters.
+struct TerminalSize {
+  std::size_t columns;
+  std::size_t lines;
+};
 
 /// A stream to an open file descriptor, written in large pieces.
 class Output {
@@ -35,6 +42,9 @@ class Output {
   void flush();
 
   [[nodiscard]] bool isTerminal() const;
+
+  /// 80 by 24 where the terminal does not tell.
+  [[nodiscard]] TerminalSize terminalSize() const;
 
  private:
   static constexpr std::size_t largePiece = std::size_t{1} << 16U;

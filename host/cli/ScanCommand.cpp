@@ -9,6 +9,7 @@
 #include "host/cli/Bundled.hpp"
 #include "host/cli/Commands.hpp"
 #include "host/cli/Interrupt.hpp"
+#include "host/cli/LiveScan.hpp"
 #include "host/cli/Output.hpp"
 #include "host/cli/Progress.hpp"
 #include "host/cli/Replay.hpp"
@@ -18,6 +19,17 @@
 namespace nimbrel {
 
 namespace {
+
+int scanLive(const ScanOptions& options) {
+  Output errors(STDERR_FILENO);
+  Output output(STDOUT_FILENO);
+  MainQueue queue(1.0);
+  const Interrupt interrupt(queue);
+  queue.beforeSleeping([&output] { output.flush(); });
+  LiveScan(options, queue, output, errors).run();
+  output.flush();
+  return 0;
+}
 
 int scanCapture(const ScanOptions& options) {
   Output errors(STDERR_FILENO);
@@ -58,10 +70,7 @@ int scanCommand(int count, char** arguments) {
     std::cout << ScanOptions::helpText() << std::flush;
     return 0;
   }
-  if (options.live) {
-    throw UsageError("--live is not there yet; scan a capture instead");
-  }
-  return scanCapture(options);
+  return options.live ? scanLive(options) : scanCapture(options);
 }
 
 }  // namespace nimbrel

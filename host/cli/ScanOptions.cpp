@@ -16,29 +16,39 @@ namespace nimbrel {
 
 namespace {
 
-constexpr std::string_view kHelp = R"(nimbrel scan: detect beacons in a Bluetooth capture
+constexpr std::string_view kHelp = R"(nimbrel scan: detect beacons in a Bluetooth capture, or live
 
 usage: nimbrel scan [CAPTURE] [options]
+       nimbrel scan --live [options]
 
 CAPTURE is a btsnoop, Apple PacketLogger, pcap or pcapng file; with none, the recording that comes
-with the program is scanned. Without --filter every advertising device is looked at (generic mode);
-with one or more, the iBeacons that match are ranged (filter mode).
+with the program is scanned. --live scans with a Bluetooth adapter of this machine, which BlueZ has
+to run. Without --filter every advertising device is looked at (generic mode); with one or more, the
+iBeacons that match are ranged (filter mode).
 
   --filter UUID[/MAJOR[/MINOR]][=LABEL]
                     filter mode; may be repeated; an empty MAJOR means any (UUID//7)
   --json            one detection event a line on the standard output, all eleven keys
+  --table           one row for each beacon, nearest first: redrawn in place with --live or --speed
+                    on a terminal, and printed at the end
   --quiet           no diagnostic lines
   --speed X         replay at X times the recorded speed; left out: as fast as the machine can
-  --for SECONDS     stop after that much recorded time
+  --for SECONDS     stop after that much recorded time or, with --live, real time
+  --adapter NAME    with --live: the adapter, such as hci1; left out: the first one
+  --record FILE     with --live: write what is heard to a btsnoop file, to be scanned later
+  --force           with --record: replace FILE where it is there already
   --help            this text
 
-Diagnostic lines go to the standard output as on the phone, with --json to the standard error.
+Diagnostic lines go to the standard output as on the phone, with --json to the standard error;
+with --table there are none.
 
 examples:
   nimbrel scan
   nimbrel scan walk.btsnoop --filter 7B4F9A60-3C1D-4E0A-9F52-6D1E2A8C0B41/1=Lobby
   nimbrel scan walk.btsnoop --json --quiet | jq -r .uuid | sort | uniq -c
   nimbrel scan walk.btsnoop --speed 1 --for 30
+  nimbrel scan --live --table
+  nimbrel scan --live --quiet --record today.btsnoop
 )";
 
 UsageError badFilter(std::string_view argument, std::string_view problem) {
@@ -114,7 +124,40 @@ double positiveNumber(std::string_view text, std::string_view name, double most)
   return number;
 }
 
-enum Option : int { filterOption = 1, jsonOption, quietOption, speedOption, forOption, liveOption };
+enum Option : int {
+  filterOption = 1,
+  jsonOption,
+  tableOption,
+  quietOption,
+  speedOption,
+  forOption,
+  liveOption,
+  adapterOption,
+  recordOption,
+  forceOption
+};
+
+/// Refuses options that do not go together.
+void checkTogether(const ScanOptions& options) {
+  if (options.live && options.capture.has_value()) {
+    throw UsageError("--live and a capture exclude each other; leave one of them out");
+  }
+  if (options.live && options.speed.has_value()) {
+    throw UsageError("--speed is for a replay; leave it out, or --live");
+  }
+  if (!options.live && options.adapter.has_value()) {
+    throw UsageError("--adapter is for a live scan; give --live, too");
+  }
+  if (!options.live && options.recording.has_value()) {
+    throw UsageError("--record is for a live scan; give --live, too");
+  }
+  if (options.force && !options.recording.has_value()) {
+    throw UsageError("--force is about the file of a recording; give --record FILE, too");
+  }
+  if (options.table && options.json) {
+    throw UsageError("--table and --json exclude each other; leave one of them out");
+  }
+}
 
 }  // namespace
 
@@ -123,10 +166,14 @@ std::string_view ScanOptions::helpText() { return kHelp; }
 ScanOptions ScanOptions::parse(int count, char** arguments) {
   const option known[] = {{"filter", required_argument, nullptr, filterOption},
                           {"json", no_argument, nullptr, jsonOption},
+                          {"table", no_argument, nullptr, tableOption},
                           {"quiet", no_argument, nullptr, quietOption},
                           {"speed", required_argument, nullptr, speedOption},
                           {"for", required_argument, nullptr, forOption},
                           {"live", no_argument, nullptr, liveOption},
+                          {"adapter", required_argument, nullptr, adapterOption},
+                          {"record", required_argument, nullptr, recordOption},
+                          {"force", no_argument, nullptr, forceOption},
                           {"help", no_argument, nullptr, 'h'},
                           {nullptr, 0, nullptr, 0}};
   ScanOptions options;
@@ -138,6 +185,9 @@ ScanOptions ScanOptions::parse(int count, char** arguments) {
         break;
       case jsonOption:
         options.json = true;
+        break;
+      case tableOption:
+        options.table = true;
         break;
       case quietOption:
         options.quiet = true;
@@ -151,6 +201,15 @@ ScanOptions ScanOptions::parse(int count, char** arguments) {
         break;
       case liveOption:
         options.live = true;
+        break;
+      case adapterOption:
+        options.adapter = optarg;
+        break;
+      case recordOption:
+        options.recording = optarg;
+        break;
+      case forceOption:
+        options.force = true;
         break;
       case 'h':
         options.help = true;
@@ -169,9 +228,7 @@ ScanOptions ScanOptions::parse(int count, char** arguments) {
   if (optind < count) {
     options.capture = arguments[optind];
   }
-  if (options.live && options.capture.has_value()) {
-    throw UsageError("--live and a capture exclude each other; leave one of them out");
-  }
+  checkTogether(options);
   return options;
 }
 

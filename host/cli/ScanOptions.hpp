@@ -14,6 +14,12 @@ struct ScanOptions {
   /// Absent: the bundled recording, or with `live` no recording at all.
   std::optional<std::string> capture;
   bool live = false;
+  /// With `live`: the adapter's name; absent for the first one.
+  std::optional<std::string> adapter;
+  /// With `live`: the file that is written, and whether it may replace another.
+  std::optional<std::string> recording;
+  bool force = false;
+  bool table = false;
   bool json = false;
   bool quiet = false;
   bool help = false;

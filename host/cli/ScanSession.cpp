@@ -36,6 +36,9 @@ ScanSession::ScanSession(const ScanOptions& options, MainQueue& queue, CBManager
       application_(messenger_, [](const auto& /*reply*/) {}) {}
 
 void ScanSession::start() {
+  if (options_.table) {
+    table_.emplace(queue_, output_, options_.live ? 1.0 : options_.speed);
+  }
   Registrar registrar(messenger_);
   NimbrelPlugin::registerWith(registrar, phone_);
   queue_.drain();
@@ -54,6 +57,20 @@ void ScanSession::hear(const Advertisement& advertisement) {
 void ScanSession::stop() {
   application_.call("stopDetection");
   queue_.drain();
+  if (table_.has_value()) {
+    table_->print();
+  }
+}
+
+void ScanSession::note(const std::string& line) {
+  errors_.writeLine(line);
+  if (table_.has_value() && table_->hasScreen()) {
+    table_->note(line);
+    if (errors_.isTerminal()) {
+      return;  // Written once the screen is given back.
+    }
+  }
+  errors_.flush();
 }
 
 void ScanSession::summarize() {
@@ -72,7 +89,7 @@ void ScanSession::summarize() {
 }
 
 void ScanSession::logged(std::string_view line) {
-  if (options_.quiet) {
+  if (options_.quiet || options_.table) {
     return;
   }
   Output& output = options_.json ? errors_ : output_;
@@ -88,6 +105,10 @@ void ScanSession::requested(const Request& /*request*/) {
 
 void ScanSession::received(const EncodableValue& event) {
   ++detections_;
+  if (table_.has_value()) {
+    table_->take(std::get<EncodableMap>(event));
+    return;
+  }
   if (options_.json) {
     appendJson(output_.buffer(), event);
   } else {

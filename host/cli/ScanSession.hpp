@@ -2,12 +2,15 @@
 
 #include <chrono>
 #include <cstdint>
+#include <optional>
+#include <string>
 #include <string_view>
 
 #include "host/air/Devices.hpp"
 #include "host/cli/DetectionLine.hpp"
 #include "host/cli/Output.hpp"
 #include "host/cli/ScanOptions.hpp"
+#include "host/cli/Table.hpp"
 #include "host/engine/Application.hpp"
 #include "host/engine/Messenger.hpp"
 #include "host/phone/Phone.hpp"
@@ -30,6 +33,9 @@ class ScanSession final : public PhoneObserver {
   void hear(const Advertisement& advertisement);
   void stop();
 
+  /// A line for the user, to `errors`; below the table while that has the screen.
+  void note(const std::string& line);
+
   /// One line on what there was, to `errors`.
   void summarize();
 
@@ -50,6 +56,7 @@ class ScanSession final : public PhoneObserver {
   Phone phone_;
   Messenger messenger_;
   Application application_;
+  std::optional<Table> table_;
   std::uint64_t advertisements_ = 0;
   std::uint64_t detections_ = 0;
   std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();

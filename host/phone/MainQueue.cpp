@@ -1,10 +1,10 @@
 #include "host/phone/MainQueue.hpp"
 
-#include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <set>
 #include <system_error>
 #include <utility>
 
@@ -33,6 +33,9 @@ void MainQueue::at(Time due, DispatchTask task) {
 }
 
 void MainQueue::drain() {
+  if (!running_.empty()) {
+    return;
+  }
   while (!tasks_.empty()) {
     running_.swap(tasks_);
     for (DispatchTask& task : running_) {
@@ -78,28 +81,31 @@ void MainQueue::passTimeUntil(Time end) {
   if (now_ >= end && watches_.empty()) {
     return;
   }
-  const double realMicroseconds = static_cast<double>((end - now_).count()) / *speed_;
-  // A descriptor that is always ready must not keep a due task waiting, nor the other way round:
-  // each turn looks at both.
-  const timespec timeout = [&] {
-    constexpr double longest = 3600e6;
-    const auto microseconds =
-        static_cast<std::int64_t>(std::clamp(realMicroseconds + 0.999, 0.0, longest));
-    return timespec{microseconds / 1'000'000, microseconds % 1'000'000 * 1000};
-  }();
+  constexpr double longest = 3600e6;
+  const double untilEnd = static_cast<double>((end - now_).count()) / *speed_;
+  Time wait(static_cast<Time::rep>(std::clamp(untilEnd + 0.999, 0.0, longest)));
   std::vector<pollfd> descriptors{{wake_, POLLIN, 0}};
-  for (const auto& [descriptor, ready] : watches_) {
-    descriptors.push_back({descriptor, POLLIN, 0});
+  std::set<int> impatient;
+  for (const auto& [descriptor, watch] : watches_) {
+    const Interest interest = watch.interest();
+    descriptors.push_back({descriptor, interest.events, 0});
+    if (interest.atMost.has_value()) {
+      impatient.insert(descriptor);
+      wait = std::clamp(*interest.atMost, Time::zero(), wait);
+    }
   }
-  if (beforeSleeping_ && now_ < end) {
+  if (beforeSleeping_ && wait > Time::zero()) {
     beforeSleeping_();
   }
-  if (ppoll(descriptors.data(), descriptors.size(), &timeout, nullptr) > 0) {
+  // A descriptor that is always ready must not keep a due task waiting, nor the other way round:
+  // each turn looks at both.
+  const timespec timeout{wait.count() / 1'000'000, wait.count() % 1'000'000 * 1000};
+  if (ppoll(descriptors.data(), descriptors.size(), &timeout, nullptr) >= 0) {
     now_ = std::max(now_, std::min(elapsed(), end));
     for (const pollfd& polled : descriptors) {
-      const auto watch = watches_.find(polled.fd);
-      if (polled.revents != 0 && watch != watches_.end()) {
-        const std::function<void()> ready = watch->second;
+      const auto found = watches_.find(polled.fd);
+      if (found != watches_.end() && (polled.revents != 0 || impatient.contains(polled.fd))) {
+        const std::function<void()> ready = found->second.ready;
         ready();
         drain();
       }
@@ -108,8 +114,9 @@ void MainQueue::passTimeUntil(Time end) {
   now_ = std::max(now_, std::min(elapsed(), end));
 }
 
-void MainQueue::watch(int descriptor, std::function<void()> ready) {
-  watches_.insert_or_assign(descriptor, std::move(ready));
+void MainQueue::watch(int descriptor, std::function<void()> ready,
+                      std::function<Interest()> interest) {
+  watches_.insert_or_assign(descriptor, Watch{std::move(ready), std::move(interest)});
 }
 
 void MainQueue::unwatch(int descriptor) { watches_.erase(descriptor); }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <poll.h>
+
 #include <atomic>
 #include <chrono>
 #include <cstdint>
@@ -38,15 +40,28 @@ class MainQueue {
   /// which they were asked for.
   void at(Time due, DispatchTask task);
 
-  /// Runs the tasks that wait in the queue, and those that they add, until none is left.
+  /// Runs the tasks that wait in the queue, and those that they add, until none is left. Within a
+  /// task it does nothing: they run after that one.
   void drain();
 
   /// Lets the time pass up to `end`, and runs all that falls due by then, what is due at `end`
   /// included, each followed by the tasks that it queued. Returns early when stopped.
   void runUntil(Time end);
 
-  /// Calls `ready` whenever `descriptor` can be read, in real time. One for each descriptor.
-  void watch(int descriptor, std::function<void()> ready);
+  /// What a watched descriptor waits for next.
+  struct Interest {
+    short events;  // of poll(2)
+    /// The longest wait, in real time.
+    std::optional<Time> atMost;
+  };
+
+  /// Calls `ready`, in real time, whenever `descriptor` is, and where `interest` sets a longest
+  /// wait, after each sleep. `interest` is asked before each sleep; left out, it is reading. One
+  /// for each descriptor.
+  void watch(
+      int descriptor, std::function<void()> ready, std::function<Interest()> interest = [] {
+        return Interest{POLLIN, std::nullopt};
+      });
   void unwatch(int descriptor);
 
   /// Has `task` run whenever the queue is about to sleep, in real time.
@@ -67,6 +82,11 @@ class MainQueue {
     }
   };
 
+  struct Watch {
+    std::function<void()> ready;
+    std::function<Interest()> interest;
+  };
+
   void passTimeUntil(Time end);
 
   Time now_{};
@@ -76,7 +96,7 @@ class MainQueue {
   std::vector<DispatchTask> running_;
   std::vector<Timer> timers_;  // a heap, the next one due at the front
   std::uint64_t timersMade_ = 0;
-  std::map<int, std::function<void()>> watches_;
+  std::map<int, Watch> watches_;
   std::function<void()> beforeSleeping_;
   int wake_ = -1;  // an event descriptor that `stop` writes to, in real time
   std::atomic<bool> stopped_ = false;

@@ -1,0 +1,115 @@
+#include "host/air/BluezDevices.hpp"
+
+#include <algorithm>
+#include <charconv>
+
+#include "Classes/bluetooth/AdvertisementDecoding.hpp"
+#include "host/air/AdvertisingData.hpp"
+
+namespace nimbrel {
+namespace {
+
+constexpr std::int8_t unknownRssi = 127;
+
+/// Of "C4:1D:83:5A:07:E2". Digits that are none leave their byte at zero.
+std::array<std::uint8_t, 6> addressOf(const std::string& text) {
+  std::array<std::uint8_t, 6> bytes{};
+  for (std::size_t i = 0; i < bytes.size() && i * 3 + 2 <= text.size(); ++i) {
+    const char* const digits = text.data() + i * 3;
+    std::from_chars(digits, digits + 2, bytes[i], 16);
+  }
+  return bytes;
+}
+
+/// Null for a value of another type than the interface has: as if it were not there.
+template <typename Value>
+std::optional<Value> as(const sdbus::Variant& variant) {
+  if (!variant.containsValueOfType<Value>()) return std::nullopt;
+  return variant.get<Value>();
+}
+
+bool isBeaconFrame(const std::vector<std::uint8_t>& data) {
+  return frames::iBeacon(data) || frames::altBeacon(data);
+}
+
+}  // namespace
+
+void BluezDevices::know(const std::string& path, const Properties& properties) {
+  const auto [place, isNew] = devices.try_emplace(path);
+  if (isNew) update(place->second, properties);
+}
+
+std::optional<Advertisement> BluezDevices::take(const std::string& path,
+                                                const Properties& properties) {
+  const bool isIntroduced = properties.contains("Address");
+  const auto found = isIntroduced ? devices.try_emplace(path).first : devices.find(path);
+  if (found == devices.end()) return std::nullopt;  // It will be introduced.
+  Device& device = found->second;
+  update(device, properties);
+  if (!properties.contains("RSSI") && (isIntroduced || !properties.contains("ManufacturerData"))) {
+    return std::nullopt;
+  }
+  encode(device);
+  // Of several beacon frames, each is in front in its turn, so that none is lost.
+  if (device.beaconFrames > 1) {
+    const auto first = device.manufacturerData.begin();
+    std::rotate(first, first + 1, first + device.beaconFrames);
+  }
+  return Advertisement{.time = {},
+                       .address = device.address,
+                       .rssi = device.rssi,
+                       .isScanResponse = false,
+                       .data = data};
+}
+
+void BluezDevices::withdraw(const std::string& path, const std::vector<std::string>& names) {
+  const auto found = devices.find(path);
+  if (found == devices.end()) return;
+  for (const auto& name : names) {
+    if (name == "RSSI") found->second.rssi = unknownRssi;
+    if (name == "ManufacturerData") found->second.manufacturerData.clear();
+  }
+}
+
+void BluezDevices::update(Device& device, const Properties& properties) {
+  for (const auto& [name, value] : properties) {
+    if (const auto text = as<std::string>(value)) {
+      if (name == "Address") device.address.bytes = addressOf(*text);
+      if (name == "AddressType") {
+        device.address.type =
+            *text == "public" ? AddressType::publicAddress : AddressType::randomAddress;
+      }
+      if (name == "Name") device.name.assign(text->begin(), text->end());
+    } else if (const auto rssi = as<std::int16_t>(value); rssi && name == "RSSI") {
+      device.rssi = static_cast<std::int8_t>(std::clamp<int>(*rssi, -127, unknownRssi));
+    } else if (const auto companies = as<Companies>(value);
+               companies && name == "ManufacturerData") {
+      takeManufacturerData(device, *companies);
+    }
+  }
+}
+
+void BluezDevices::takeManufacturerData(Device& device, const Companies& companies) {
+  device.manufacturerData.clear();
+  for (const auto& [company, payload] : companies) {
+    if (const auto rest = as<Bytes>(payload)) {
+      auto& bytes = device.manufacturerData.emplace_back(
+          Bytes{static_cast<std::uint8_t>(company), static_cast<std::uint8_t>(company >> 8U)});
+      bytes.insert(bytes.end(), rest->begin(), rest->end());
+    }
+  }
+  const auto others = std::ranges::stable_partition(device.manufacturerData, isBeaconFrame);
+  device.beaconFrames = others.begin() - device.manufacturerData.begin();
+}
+
+void BluezDevices::encode(const Device& device) {
+  data.clear();
+  for (const auto& bytes : device.manufacturerData) {
+    AdvertisingData::append(data, AdvertisingData::manufacturerSpecific, bytes);
+  }
+  if (!device.name.empty()) {
+    AdvertisingData::append(data, AdvertisingData::completeName, device.name);
+  }
+}
+
+}  // namespace nimbrel

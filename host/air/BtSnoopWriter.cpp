@@ -1,0 +1,150 @@
+#include "host/air/BtSnoopWriter.hpp"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <concepts>
+#include <cstring>
+#include <span>
+#include <system_error>
+#include <utility>
+
+#include "host/air/BtSnoop.hpp"
+#include "host/air/InputError.hpp"
+
+namespace nimbrel {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::size_t longestLegacyData = 31;
+/// What the 255 bytes of an event leave for the data of one extended report.
+constexpr std::size_t longestFragment = 229;
+
+template <std::unsigned_integral Integer>
+void appendBig(Bytes& bytes, Integer value) {
+  for (int shift = 8 * (static_cast<int>(sizeof value) - 1); shift >= 0; shift -= 8) {
+    bytes.push_back(static_cast<std::uint8_t>(value >> static_cast<unsigned>(shift)));
+  }
+}
+
+void appendAddress(Bytes& bytes, const DeviceAddress& address) {
+  bytes.push_back(address.type == AddressType::randomAddress ? 1 : 0);
+  bytes.insert(bytes.end(), address.bytes.rbegin(), address.bytes.rend());
+}
+
+void appendData(Bytes& bytes, std::span<const std::uint8_t> data) {
+  bytes.push_back(static_cast<std::uint8_t>(data.size()));
+  bytes.insert(bytes.end(), data.begin(), data.end());
+}
+
+}  // namespace
+
+BtSnoopWriter::BtSnoopWriter(std::string path, bool overwrites)
+    : name(std::move(path)),
+      descriptor(::open(name.c_str(),
+                        O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | (overwrites ? O_TRUNC : O_EXCL),
+                        0666)) {
+  if (descriptor < 0) {
+    if (errno == EEXIST) {
+      throw InputError(name, "is there already; name another file, or give --force to replace it");
+    }
+    throw InputError(
+        name, std::string("cannot be written: ") + std::strerror(errno) + "; name a file that can");
+  }
+  records.assign(BtSnoop::magic.begin(), BtSnoop::magic.end());
+  appendBig(records, std::uint32_t{1});
+  appendBig(records, std::uint32_t{BtSnoop::h4});
+  put();
+}
+
+BtSnoopWriter::~BtSnoopWriter() { ::close(descriptor); }
+
+void BtSnoopWriter::write(const Advertisement& advertisement) {
+  if (advertisement.data.size() <= longestLegacyData) {
+    addLegacy(advertisement);
+  } else {
+    addExtended(advertisement);
+  }
+  put();
+}
+
+void BtSnoopWriter::addLegacy(const Advertisement& advertisement) {
+  constexpr std::uint8_t undirected = 0x00;
+  constexpr std::uint8_t scanResponse = 0x04;
+  Bytes report{advertisement.isScanResponse ? scanResponse : undirected};
+  appendAddress(report, advertisement.address);
+  appendData(report, advertisement.data);
+  report.push_back(static_cast<std::uint8_t>(advertisement.rssi));
+  addEvent(advertisement, 0x02, report);
+}
+
+void BtSnoopWriter::addExtended(const Advertisement& advertisement) {
+  constexpr std::uint8_t scanResponse = 0x08;
+  constexpr std::uint8_t moreToCome = 0x20;
+  constexpr std::uint8_t onePhy = 0x01;
+  constexpr std::uint8_t noPower = 0x7F;
+  auto rest = advertisement.data;
+  while (!rest.empty()) {
+    const auto fragment = rest.first(std::min(rest.size(), longestFragment));
+    rest = rest.subspan(fragment.size());
+    Bytes report{static_cast<std::uint8_t>((advertisement.isScanResponse ? scanResponse : 0) |
+                                           (rest.empty() ? 0 : moreToCome)),
+                 0x00};
+    appendAddress(report, advertisement.address);
+    // The advertising set is 0. Neither periodic advertising nor a direct address follows.
+    report.insert(report.end(), {onePhy, onePhy, 0x00, noPower});
+    report.push_back(static_cast<std::uint8_t>(advertisement.rssi));
+    report.insert(report.end(), 9, 0x00);
+    appendData(report, fragment);
+    addEvent(advertisement, 0x0D, report);
+  }
+}
+
+void BtSnoopWriter::addEvent(const Advertisement& advertisement, std::uint8_t subevent,
+                             const Bytes& report) {
+  constexpr std::uint8_t h4Event = 0x04;
+  constexpr std::uint8_t leMetaEvent = 0x3E;
+  constexpr std::uint32_t receivedEvent = 3;
+  Bytes packet{h4Event, leMetaEvent};
+  packet.push_back(static_cast<std::uint8_t>(report.size() + 2));
+  packet.insert(packet.end(), {subevent, 0x01});
+  packet.insert(packet.end(), report.begin(), report.end());
+
+  const auto size = static_cast<std::uint32_t>(packet.size());
+  appendBig(records, size);
+  appendBig(records, size);
+  appendBig(records, receivedEvent);
+  appendBig(records, std::uint32_t{0});  // No packet was dropped.
+  appendBig(records, static_cast<std::uint64_t>((advertisement.time + BtSnoop::epoch).count()));
+  records.insert(records.end(), packet.begin(), packet.end());
+}
+
+/// In one piece, so that a program that is ended leaves whole records.
+void BtSnoopWriter::put() {
+  std::span<const std::uint8_t> rest = records;
+  while (!rest.empty()) {
+    const auto written = ::write(descriptor, rest.data(), rest.size());
+    if (written >= 0) {
+      rest = rest.subspan(static_cast<std::size_t>(written));
+    } else if (errno != EINTR) {
+      throw std::system_error(errno, std::generic_category(),
+                              name + ": the recording cannot go on");
+    }
+  }
+  records.clear();
+  isSynced = false;
+}
+
+void BtSnoopWriter::sync() {
+  if (isSynced) return;
+  isSynced = true;
+  // Pipes and the like have no disk behind them.
+  if (::fdatasync(descriptor) != 0 && errno != EINVAL && errno != EROFS) {
+    throw std::system_error(errno, std::generic_category(), name + ": the recording cannot go on");
+  }
+}
+
+}  // namespace nimbrel

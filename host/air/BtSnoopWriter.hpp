@@ -1,0 +1,44 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "host/air/Advertisement.hpp"
+
+namespace nimbrel {
+
+/// Records advertisements as they come in a btsnoop file of HCI packets (H4): as LE Advertising
+/// Reports or, where the data is too long for one, as LE Extended Advertising Reports.
+/// Source: RFC 1761, with the Bluetooth datalinks and the epoch of Symbian's variant; Bluetooth
+/// Core Specification, volume 4, part E, sections 7.7.65.2 and 7.7.65.13.
+class BtSnoopWriter {
+ public:
+  /// Starts a file. Throws InputError where it cannot be made, or is there already and
+  /// `overwrites` is false.
+  BtSnoopWriter(std::string path, bool overwrites);
+  ~BtSnoopWriter();
+  BtSnoopWriter(const BtSnoopWriter&) = delete;
+  BtSnoopWriter& operator=(const BtSnoopWriter&) = delete;
+
+  /// A record is in the file when this returns, and on the disk one `sync` later. Throws
+  /// std::system_error where it cannot be written.
+  void write(const Advertisement& advertisement);
+
+  /// Has the disk keep what was written, so that it outlives a loss of power.
+  void sync();
+
+ private:
+  void addLegacy(const Advertisement& advertisement);
+  void addExtended(const Advertisement& advertisement);
+  void addEvent(const Advertisement& advertisement, std::uint8_t subevent,
+                const std::vector<std::uint8_t>& report);
+  void put();
+
+  std::string name;
+  int descriptor;
+  bool isSynced = true;
+  std::vector<std::uint8_t> records;
+};
+
+}  // namespace nimbrel
