@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -78,7 +79,7 @@ class MainQueue {
     DispatchTask task;
 
     friend bool operator>(const Timer& left, const Timer& right) {
-      return left.due != right.due ? left.due > right.due : left.number > right.number;
+      return std::tie(left.due, left.number) > std::tie(right.due, right.number);
     }
   };
 

@@ -33,7 +33,7 @@ std::string play(const std::string& text, const std::string& name, const PluginA
   Output output(descriptor);
   playScenario(Scenario::parse(text, name), output, attach);
   output.flush();
-  const std::string transcript = readFile("/proc/self/fd/" + std::to_string(descriptor));
+  std::string transcript = readFile("/proc/self/fd/" + std::to_string(descriptor));
   close(descriptor);
   return transcript;
 }
