@@ -26,7 +26,7 @@ struct DecodedAdvertisement {
 
 /// The two frames share one layout: company identifier (little-endian), two bytes that mark the
 /// kind, 16 bytes of UUID, major and minor (big-endian), measured power (two's complement).
-/// Sources: Apple, "Proximity Beacon Specification"; AltBeacon protocol, version 1.0.
+/// Sources: Apple, "Getting Started with iBeacon"; AltBeacon protocol, version 1.0.
 namespace frames {
 
 inline constexpr std::size_t size = 25;

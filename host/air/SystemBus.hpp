@@ -27,7 +27,7 @@ class SystemBus {
   std::unique_ptr<sdbus::IProxy> object(const std::string& program, const std::string& path);
 
   /// Runs `take`, as a task, with the sender's object and the arguments of each signal that `rule`
-  /// selects, a match rule of the D-Bus specification. Signals of other arguments are left out.
+  /// selects, a match rule of D-Bus. Signals of other arguments are left out.
   template <typename... Arguments>
   void onSignal(const std::string& rule, auto take) {
     connection->addMatch(
