@@ -20,7 +20,7 @@ constexpr auto kDevice = "org.bluez.Device1";
 
 }  // namespace
 
-PrivateBus::PrivateBus(std::string rule) {
+PrivateBus::PrivateBus(const std::string& rule) {
   folder = (std::filesystem::temp_directory_path() / "nimbrel-bus-XXXXXX").string();
   if (mkdtemp(folder.data()) == nullptr) {
     std::abort();

@@ -18,7 +18,7 @@ namespace nimbrel::testing_support {
 class PrivateBus {
  public:
   /// `rule` is one more rule of the bus's policy.
-  explicit PrivateBus(std::string rule = "");
+  explicit PrivateBus(const std::string& rule = "");
   ~PrivateBus();
   PrivateBus(const PrivateBus&) = delete;
   PrivateBus& operator=(const PrivateBus&) = delete;
