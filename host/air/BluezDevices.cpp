@@ -98,8 +98,9 @@ void BluezDevices::takeManufacturerData(Device& device, const Companies& compani
       bytes.insert(bytes.end(), rest->begin(), rest->end());
     }
   }
-  const auto others = std::ranges::stable_partition(device.manufacturerData, isBeaconFrame);
-  device.beaconFrames = others.begin() - device.manufacturerData.begin();
+  const auto others = std::stable_partition(device.manufacturerData.begin(),
+                                            device.manufacturerData.end(), isBeaconFrame);
+  device.beaconFrames = others - device.manufacturerData.begin();
 }
 
 void BluezDevices::encode(const Device& device) {

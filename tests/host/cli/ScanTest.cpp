@@ -57,6 +57,7 @@ class Scan : public ::testing::Test {
 
   static std::vector<std::int64_t> timesOf(const std::vector<Json>& events) {
     std::vector<std::int64_t> times;
+    times.reserve(events.size());
     for (const Json& each : events) {
       times.push_back(each["ts"].get<std::int64_t>() - 1'700'000'000'000);
     }
