@@ -39,7 +39,9 @@ class VirtualController {
         events.push_back(packet);
       }
     }
-    send({0xFF, 0x00});  // The driver's request for a primary controller.
+    if (!send({0xFF, 0x00})) {  // Asks the driver for a primary controller.
+      throw std::runtime_error("/dev/vhci gives no controller");
+    }
   }
 
   [[noreturn]] void run() {
@@ -60,10 +62,9 @@ class VirtualController {
   }
 
  private:
-  void send(const Bytes& packet) const {
-    if (write(device, packet.data(), packet.size()) != static_cast<ssize_t>(packet.size())) {
-      throw std::runtime_error("/dev/vhci takes no packet");
-    }
+  /// False where the kernel takes none: the adapter is off.
+  [[nodiscard]] bool send(const Bytes& packet) const {
+    return write(device, packet.data(), packet.size()) == static_cast<ssize_t>(packet.size());
   }
 
   void play() {
@@ -71,7 +72,8 @@ class VirtualController {
            events[place].time - events.front().time <= heardFor) {
       Bytes packet{0x04};
       packet.insert(packet.end(), events[place].data.begin(), events[place].data.end());
-      send(packet);
+      // Blocked, an adapter goes off without a word to its controller.
+      isScanning = send(packet);
       if (++place == events.size() && isLooping) {
         place = 0;
         heardFor = {};
@@ -85,7 +87,6 @@ class VirtualController {
     constexpr std::uint8_t command = 0x01;
     if (size < 4 || packet[0] != command) return;
     const auto opcode = static_cast<std::uint16_t>(packet[1] | packet[2] << 8U);
-    std::cerr << std::hex << "cmd " << opcode << " p0 " << int(packet[4]) << std::endl;
     constexpr std::uint16_t setScanEnable = 0x200C;
     constexpr std::uint16_t setExtendedScanEnable = 0x2042;
     if (opcode == setScanEnable || opcode == setExtendedScanEnable) isScanning = packet[4] != 0;
@@ -97,7 +98,7 @@ class VirtualController {
     }
     Bytes complete{0x04, 0x0E, static_cast<std::uint8_t>(parameters.size())};
     complete.insert(complete.end(), parameters.begin(), parameters.end());
-    send(complete);
+    if (!send(complete)) isScanning = false;
   }
 
   /// Which commands there are, beyond those that have to be: the two of the extended scan.
