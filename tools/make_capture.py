@@ -2,6 +2,7 @@
 """Makes the captures that come with Nimbrel: the same bytes at every run.
 
     make_capture.py recording [FILE]     a walk of three minutes past beacons and other devices
+    make_capture.py clip FILE FROM TO    a piece of it, in seconds
     make_capture.py load FILE REPORTS    one report a millisecond from a thousand devices
 
 Both are btsnoop files of HCI packets (H4). Layouts are those of the Bluetooth Core Specification:
@@ -205,7 +206,7 @@ def sighting(device, seconds, rssi, chance):
                 yield when + delay, legacy_event(report)
 
 
-def recording():
+def recording(begin=0.0, end=math.inf):
     chance = random.Random(20240504)
     restart = round(EXTENDED_SCAN_FROM * 1e6) - 5000
     records = [
@@ -229,7 +230,8 @@ def recording():
                             for when, packet in sighting(device, seconds, rssi, chance)]
             # The standard adds up to ten milliseconds, so that devices do not stay in step.
             seconds += device.interval + chance.uniform(0.0, 0.01)
-    return b"".join(packet for _, packet in sorted(records, key=lambda entry: entry[0]))
+    return b"".join(packet for when, packet in sorted(records, key=lambda entry: entry[0])
+                    if begin <= when / 1e6 <= end)
 
 
 def load(reports):
@@ -271,6 +273,10 @@ def main():
     walk = made.add_parser("recording", help="a walk of three minutes past beacons")
     walk.add_argument("file", nargs="?", type=pathlib.Path,
                       default=pathlib.Path(__file__).parent.parent / "examples" / "walk.btsnoop")
+    piece = made.add_parser("clip", help="a piece of that walk")
+    piece.add_argument("file", type=pathlib.Path)
+    piece.add_argument("begin", type=float, metavar="FROM")
+    piece.add_argument("end", type=float, metavar="TO")
     bulk = made.add_parser("load", help="one report a millisecond from a thousand devices")
     bulk.add_argument("file", type=pathlib.Path)
     bulk.add_argument("reports", type=positive)
@@ -278,8 +284,12 @@ def main():
     try:
         with arguments.file.open("wb") as file:
             file.write(BTSNOOP_HEADER)
-            file.writelines([recording()] if arguments.made == "recording"
-                            else load(arguments.reports))
+            if arguments.made == "load":
+                file.writelines(load(arguments.reports))
+            elif arguments.made == "clip":
+                file.write(recording(arguments.begin, arguments.end))
+            else:
+                file.write(recording())
     except OSError as error:
         sys.exit(f"make_capture.py: {arguments.file}: {error.strerror}")
 
