@@ -62,7 +62,7 @@ bool isBlocked(const std::string& name, const char* kind) {
 
 BluezAdapter::BluezAdapter(std::optional<std::string> name, MainQueue& mainQueue,
                            AdapterObserver& adapterObserver)
-    : wanted(std::move(name)), queue(mainQueue), observer(adapterObserver) {
+    : wanted_(std::move(name)), queue_(mainQueue), observer_(adapterObserver) {
   try {
     connect();
   } catch (const sdbus::Error& error) {
@@ -71,7 +71,7 @@ BluezAdapter::BluezAdapter(std::optional<std::string> name, MainQueue& mainQueue
   }
   try {
     Objects objects;
-    daemon->callMethod("GetManagedObjects").onInterface(managerInterface).storeResultsTo(objects);
+    daemon_->callMethod("GetManagedObjects").onInterface(managerInterface).storeResultsTo(objects);
     note(objects);
   } catch (const sdbus::Error& error) {
     if (isRefusal(error)) throw InputError("bluetoothd", refusal);
@@ -79,64 +79,64 @@ BluezAdapter::BluezAdapter(std::optional<std::string> name, MainQueue& mainQueue
                                        "; install BlueZ (sudo apt install bluez) and start it "
                                        "(sudo systemctl start bluetooth)");
   }
-  path = chosen();
-  if (path.empty()) {
+  path_ = chosen();
+  if (path_.empty()) {
     std::string names;
-    for (const auto& [object, isPowered] : adapters) names.append(" ").append(nameOf(object));
-    throw InputError(wanted.value_or("Bluetooth"),
+    for (const auto& [object, isPowered] : adapters_) names.append(" ").append(nameOf(object));
+    throw InputError(wanted_.value_or("Bluetooth"),
                      names.empty() ? "no adapter is there; plug one in, or see whether the kernel "
                                      "has its driver and firmware (dmesg | grep -i bluetooth)"
                                    : "no such adapter; there are:" + names);
   }
-  if (!isOn()) throw InputError(nameOf(path), whyOff());
-  adapter = bus->object(service, path);
+  if (!isOn()) throw InputError(nameOf(path_), whyOff());
+  adapter_ = bus_->object(service, path_);
   try {
-    adapter->callMethod("SetDiscoveryFilter")
+    adapter_->callMethod("SetDiscoveryFilter")
         .onInterface(adapterInterface)
         .withArguments(discoveryFilter());
-    adapter->callMethod("StartDiscovery").onInterface(adapterInterface);
-    isDiscovering = true;
+    adapter_->callMethod("StartDiscovery").onInterface(adapterInterface);
+    isDiscovering_ = true;
   } catch (const sdbus::Error& error) {
-    throw InputError(nameOf(path), isRefusal(error)
-                                       ? refusal
-                                       : "cannot scan: " + error.getMessage() +
-                                             "; restart BlueZ (sudo systemctl restart bluetooth)");
+    throw InputError(nameOf(path_), isRefusal(error)
+                                        ? refusal
+                                        : "cannot scan: " + error.getMessage() +
+                                              "; restart BlueZ (sudo systemctl restart bluetooth)");
   }
 }
 
-std::string BluezAdapter::name() const { return nameOf(path); }
+std::string BluezAdapter::name() const { return nameOf(path_); }
 
 // The bus and the daemon
 
 void BluezAdapter::connect() {
-  bus = std::make_unique<SystemBus>(queue, [this] {
-    bus.reset();
+  bus_ = std::make_unique<SystemBus>(queue_, [this] {
+    bus_.reset();
     lose("the system bus is gone; the scan goes on when it is back");
     after(pause, [this] { reconnect(); });
   });
-  bus->onSignal<std::string, std::string, std::string>(
+  bus_->onSignal<std::string, std::string, std::string>(
       "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
       "member='NameOwnerChanged',arg0='org.bluez'",
       [this](const auto& /*object*/, const auto& /*program*/, const auto& /*before*/,
              const auto& owner) { takeOwner(owner); });
-  bus->onSignal<sdbus::ObjectPath, Interfaces>(
+  bus_->onSignal<sdbus::ObjectPath, Interfaces>(
       "type='signal',sender='org.bluez',interface='org.freedesktop.DBus.ObjectManager',"
       "member='InterfacesAdded'",
       [this](const auto& /*manager*/, const auto& object, const auto& interfaces) {
         takeAdded(object, interfaces);
       });
-  bus->onSignal<sdbus::ObjectPath, std::vector<std::string>>(
+  bus_->onSignal<sdbus::ObjectPath, std::vector<std::string>>(
       "type='signal',sender='org.bluez',interface='org.freedesktop.DBus.ObjectManager',"
       "member='InterfacesRemoved'",
       [this](const auto& /*manager*/, const auto& object, const auto& interfaces) {
         takeRemoved(object, interfaces);
       });
-  bus->onSignal<std::string, Properties, std::vector<std::string>>(
+  bus_->onSignal<std::string, Properties, std::vector<std::string>>(
       "type='signal',sender='org.bluez',interface='org.freedesktop.DBus.Properties',"
       "member='PropertiesChanged'",
       [this](const auto& object, const auto& interface, const auto& properties,
              const auto& withdrawn) { takeChanged(object, interface, properties, withdrawn); });
-  daemon = bus->object(service, "/");
+  daemon_ = bus_->object(service, "/");
 }
 
 void BluezAdapter::reconnect() {
@@ -144,40 +144,40 @@ void BluezAdapter::reconnect() {
     connect();
     askForObjects();
   } catch (const sdbus::Error&) {
-    daemon.reset();
-    bus.reset();
+    daemon_.reset();
+    bus_.reset();
     after(pause, [this] { reconnect(); });
   }
 }
 
 void BluezAdapter::takeOwner(const std::string& owner) {
-  if (!path.empty() || owner.empty()) {
+  if (!path_.empty() || owner.empty()) {
     lose("bluetoothd is gone; the scan goes on when it is back");
   }
   if (!owner.empty()) askForObjects();
 }
 
 void BluezAdapter::askForObjects() {
-  daemon->callMethodAsync("GetManagedObjects")
+  daemon_->callMethodAsync("GetManagedObjects")
       .onInterface(managerInterface)
       .uponReplyInvoke([this](const sdbus::Error* error, const Objects& objects) {
         if (error == nullptr) {
-          bus->post([this, objects] {
+          bus_->post([this, objects] {
             note(objects);
             choose();
           });
         } else if (isRefusal(*error)) {
-          bus->post([] { throw std::runtime_error(std::string("bluetoothd: ") + refusal); });
+          bus_->post([] { throw std::runtime_error(std::string("bluetoothd: ") + refusal); });
         }
         // Any other error: there is no daemon yet. Its coming is signalled.
       });
 }
 
 void BluezAdapter::lose(const std::string& what) {
-  adapters.clear();
-  devices = {};
-  path.clear();
-  adapter.reset();
+  adapters_.clear();
+  devices_ = {};
+  path_.clear();
+  adapter_.reset();
   // A phone's own service for Bluetooth went down: to be back soon.
   change(CBManagerState::resetting, what);
 }
@@ -188,9 +188,9 @@ void BluezAdapter::note(const Objects& objects) {
   for (const auto& [object, interfaces] : objects) {
     for (const auto& [interface, properties] : interfaces) {
       if (interface == adapterInterface) {
-        adapters[object] = flag(properties, "Powered").value_or(false);
+        adapters_[object] = flag(properties, "Powered").value_or(false);
       } else if (interface == deviceInterface) {
-        devices.know(object, properties);
+        devices_.know(object, properties);
       }
     }
   }
@@ -198,7 +198,7 @@ void BluezAdapter::note(const Objects& objects) {
 
 void BluezAdapter::takeAdded(const std::string& object, const Interfaces& interfaces) {
   if (const auto found = interfaces.find(deviceInterface); found != interfaces.end()) {
-    hear(object, devices.take(object, found->second));
+    hear(object, devices_.take(object, found->second));
   }
   if (interfaces.contains(adapterInterface)) {
     note({{sdbus::ObjectPath(object), interfaces}});
@@ -211,9 +211,9 @@ void BluezAdapter::takeRemoved(const std::string& object,
   const auto lost = [&](const char* interface) {
     return std::ranges::find(interfaces, interface) != interfaces.end();
   };
-  if (lost(deviceInterface)) devices.forget(object);
+  if (lost(deviceInterface)) devices_.forget(object);
   if (lost(adapterInterface)) {
-    adapters.erase(object);
+    adapters_.erase(object);
     choose();
   }
 }
@@ -222,32 +222,32 @@ void BluezAdapter::takeChanged(const std::string& object, const std::string& int
                                const Properties& properties,
                                const std::vector<std::string>& withdrawn) {
   if (interface == deviceInterface) {
-    devices.withdraw(object, withdrawn);
-    hear(object, devices.take(object, properties));
+    devices_.withdraw(object, withdrawn);
+    hear(object, devices_.take(object, properties));
     return;
   }
-  const auto known = adapters.find(object);
-  if (interface != adapterInterface || known == adapters.end()) return;
+  const auto known = adapters_.find(object);
+  if (interface != adapterInterface || known == adapters_.end()) return;
   if (const auto isPowered = flag(properties, "Powered")) {
     known->second = *isPowered;
-    if (object == path) followPower();
+    if (object == path_) followPower();
   }
   const auto discovering = flag(properties, "Discovering");
-  if (discovering && object == path) followDiscovering(*discovering);
+  if (discovering && object == path_) followDiscovering(*discovering);
 }
 
 void BluezAdapter::hear(const std::string& object,
                         const std::optional<Advertisement>& advertisement) {
-  if (advertisement && !path.empty() && object.starts_with(path + "/")) {
-    observer.heard(*advertisement);
+  if (advertisement && !path_.empty() && object.starts_with(path_ + "/")) {
+    observer_.heard(*advertisement);
   }
 }
 
 std::string BluezAdapter::chosen() const {
-  if (adapters.contains(path)) return path;
+  if (adapters_.contains(path_)) return path_;
   std::string best;
-  for (const auto& [object, isPowered] : adapters) {
-    if (wanted ? nameOf(object) == *wanted : best.empty() || comesBefore(object, best)) {
+  for (const auto& [object, isPowered] : adapters_) {
+    if (wanted_ ? nameOf(object) == *wanted_ : best.empty() || comesBefore(object, best)) {
       best = object;
     }
   }
@@ -256,58 +256,58 @@ std::string BluezAdapter::chosen() const {
 
 void BluezAdapter::choose() {
   const std::string next = chosen();
-  if (next == path && !path.empty()) return;
-  const std::string before = std::exchange(path, next);
-  adapter.reset();
-  ++attempts;
-  if (!path.empty()) {
-    adapter = bus->object(service, path);
+  if (next == path_ && !path_.empty()) return;
+  const std::string before = std::exchange(path_, next);
+  adapter_.reset();
+  ++attempts_;
+  if (!path_.empty()) {
+    adapter_ = bus_->object(service, path_);
     followPower();
   } else {
     // There is no radio now and may be one later, as with Bluetooth switched off. "Unsupported"
     // would be final: no phone ever grows a radio.
     change(CBManagerState::poweredOff,
            (before.empty() ? "no adapter is there yet" : nameOf(before) + ": the adapter is gone") +
-               "; the scan goes on when " + wanted.value_or("one") + " is there");
+               "; the scan goes on when " + wanted_.value_or("one") + " is there");
   }
 }
 
 bool BluezAdapter::isOn() const {
-  const auto found = adapters.find(path);
-  return found != adapters.end() && found->second;
+  const auto found = adapters_.find(path_);
+  return found != adapters_.end() && found->second;
 }
 
 std::string BluezAdapter::whyOff() const {
-  if (isBlocked(nameOf(path), "hard")) {
+  if (isBlocked(nameOf(path_), "hard")) {
     return "is blocked by a switch or the firmware of the machine; switch Bluetooth on there";
   }
-  if (isBlocked(nameOf(path), "soft")) {
+  if (isBlocked(nameOf(path_), "soft")) {
     return "is blocked; unblock it (sudo rfkill unblock bluetooth)";
   }
   return "is switched off; switch it on (bluetoothctl power on)";
 }
 
 void BluezAdapter::followPower() {
-  ++attempts;
+  ++attempts_;
   if (!isOn()) {
-    change(CBManagerState::poweredOff, nameOf(path) + ": " + whyOff());
+    change(CBManagerState::poweredOff, nameOf(path_) + ": " + whyOff());
   } else {
-    failures = 0;
+    failures_ = 0;
     startDiscovery();
   }
 }
 
 void BluezAdapter::change(CBManagerState next, const std::string& line) {
-  const CBManagerState before = std::exchange(state, next);
-  if (before != next) observer.changed(next);
+  const CBManagerState before = std::exchange(state_, next);
+  if (before != next) observer_.changed(next);
   if (before == CBManagerState::poweredOn || next != CBManagerState::poweredOff) {
-    observer.noted(line);
+    observer_.noted(line);
     return;
   }
   // On its way up, an adapter comes after its daemon and its power after it. Only what lasts is
   // worth a line.
-  after(pause, [this, line, attempt = attempts] {
-    if (attempt == attempts && state == CBManagerState::poweredOff) observer.noted(line);
+  after(pause, [this, line, attempt = attempts_] {
+    if (attempt == attempts_ && state_ == CBManagerState::poweredOff) observer_.noted(line);
   });
 }
 
@@ -316,13 +316,13 @@ void BluezAdapter::change(CBManagerState next, const std::string& line) {
 void BluezAdapter::call(const std::string& method, const std::optional<Properties>& argument,
                         std::function<void(const sdbus::Error*)> done) {
   try {
-    auto message = adapter->createMethodCall(adapterInterface, method);
+    auto message = adapter_->createMethodCall(adapterInterface, method);
     if (argument) message << *argument;
-    adapter->callMethod(message, [this, done = std::move(done), attempt = attempts](
-                                     sdbus::MethodReply& /*reply*/, const sdbus::Error* error) {
+    adapter_->callMethod(message, [this, done = std::move(done), attempt = attempts_](
+                                      sdbus::MethodReply& /*reply*/, const sdbus::Error* error) {
       const auto failure = error == nullptr ? std::nullopt : std::optional(*error);
-      bus->post([this, done, attempt, failure] {
-        if (attempt == attempts) done(failure ? &*failure : nullptr);
+      bus_->post([this, done, attempt, failure] {
+        if (attempt == attempts_) done(failure ? &*failure : nullptr);
       });
     });
   } catch (const sdbus::Error&) {
@@ -335,15 +335,15 @@ void BluezAdapter::startDiscovery() {
     if (refused != nullptr) return discoveryFailed(*refused);
     call("StartDiscovery", std::nullopt, [this](const sdbus::Error* error) {
       if (error != nullptr) return discoveryFailed(*error);
-      isDiscovering = true;
-      failures = 0;
-      change(CBManagerState::poweredOn, nameOf(path) + ": the scan goes on");
+      isDiscovering_ = true;
+      failures_ = 0;
+      change(CBManagerState::poweredOn, nameOf(path_) + ": the scan goes on");
     });
   });
 }
 
 void BluezAdapter::restartDiscovery() {
-  ++attempts;
+  ++attempts_;
   // The daemon may take the discovery for still running; where it does not, this does nothing.
   call("StopDiscovery", std::nullopt, [this](const sdbus::Error* /*error*/) { startDiscovery(); });
 }
@@ -351,29 +351,29 @@ void BluezAdapter::restartDiscovery() {
 void BluezAdapter::discoveryFailed(const sdbus::Error& error) {
   if (isRefusal(error)) throw std::runtime_error(std::string("bluetoothd: ") + refusal);
   // The first time, it may just not be ready: its power has only come on.
-  if (++failures == 2) {
-    observer.noted(nameOf(path) + ": cannot scan: " + error.getMessage() +
-                   "; it is tried again every second");
+  if (++failures_ == 2) {
+    observer_.noted(nameOf(path_) + ": cannot scan: " + error.getMessage() +
+                    "; it is tried again every second");
   }
-  after(pause, [this, attempt = attempts] {
-    if (attempt == attempts) restartDiscovery();
+  after(pause, [this, attempt = attempts_] {
+    if (attempt == attempts_) restartDiscovery();
   });
 }
 
 void BluezAdapter::followDiscovering(bool isNow) {
-  isDiscovering = isNow;
+  isDiscovering_ = isNow;
   if (isNow || !isOn()) return;
   // Before an adapter goes off or away, its discovery ends. And the daemon itself may go on.
-  after(pause, [this, attempt = attempts] {
-    if (attempt == attempts && !isDiscovering) {
-      observer.noted(nameOf(path) + ": another program ended the scan; it is started again");
+  after(pause, [this, attempt = attempts_] {
+    if (attempt == attempts_ && !isDiscovering_) {
+      observer_.noted(nameOf(path_) + ": another program ended the scan; it is started again");
       restartDiscovery();
     }
   });
 }
 
 void BluezAdapter::after(MainQueue::Time delay, std::function<void()> task) {
-  queue.at(queue.now() + delay, [isAlive = std::weak_ptr(life), task = std::move(task)] {
+  queue_.at(queue_.now() + delay, [isAlive = std::weak_ptr(life_), task = std::move(task)] {
     if (!isAlive.expired()) task();
   });
 }

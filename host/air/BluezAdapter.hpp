@@ -78,20 +78,20 @@ class BluezAdapter {
   void change(CBManagerState next, const std::string& line);
   void after(MainQueue::Time delay, std::function<void()> task);
 
-  std::optional<std::string> wanted;
-  MainQueue& queue;
-  AdapterObserver& observer;
-  CBManagerState state = CBManagerState::poweredOn;
-  std::unique_ptr<SystemBus> bus;
-  std::unique_ptr<sdbus::IProxy> daemon;
-  std::map<std::string, bool> adapters;  // Whether they are powered, by object path.
-  std::string path;                      // Of the adapter in use; empty while there is none.
-  std::unique_ptr<sdbus::IProxy> adapter;
-  BluezDevices devices;
-  bool isDiscovering = false;
-  unsigned attempts = 0;  // Numbers the attempts at a discovery: what is left of one is dropped.
-  unsigned failures = 0;
-  std::shared_ptr<const bool> life = std::make_shared<const bool>(true);
+  std::optional<std::string> wanted_;
+  MainQueue& queue_;
+  AdapterObserver& observer_;
+  CBManagerState state_ = CBManagerState::poweredOn;
+  std::unique_ptr<SystemBus> bus_;
+  std::unique_ptr<sdbus::IProxy> daemon_;
+  std::map<std::string, bool> adapters_;  // Whether they are powered, by object path.
+  std::string path_;                      // Of the adapter in use; empty while there is none.
+  std::unique_ptr<sdbus::IProxy> adapter_;
+  BluezDevices devices_;
+  bool isDiscovering_ = false;
+  unsigned attempts_ = 0;  // Numbers the attempts at a discovery: what is left of one is dropped.
+  unsigned failures_ = 0;
+  std::shared_ptr<const bool> life_ = std::make_shared<const bool>(true);
 };
 
 }  // namespace nimbrel

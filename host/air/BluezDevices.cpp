@@ -35,15 +35,15 @@ bool isBeaconFrame(const std::vector<std::uint8_t>& data) {
 }  // namespace
 
 void BluezDevices::know(const std::string& path, const Properties& properties) {
-  const auto [place, isNew] = devices.try_emplace(path);
+  const auto [place, isNew] = devices_.try_emplace(path);
   if (isNew) update(place->second, properties);
 }
 
 std::optional<Advertisement> BluezDevices::take(const std::string& path,
                                                 const Properties& properties) {
   const bool isIntroduced = properties.contains("Address");
-  const auto found = isIntroduced ? devices.try_emplace(path).first : devices.find(path);
-  if (found == devices.end()) return std::nullopt;  // It will be introduced.
+  const auto found = isIntroduced ? devices_.try_emplace(path).first : devices_.find(path);
+  if (found == devices_.end()) return std::nullopt;  // It will be introduced.
   Device& device = found->second;
   update(device, properties);
   if (!properties.contains("RSSI") && (isIntroduced || !properties.contains("ManufacturerData"))) {
@@ -59,12 +59,12 @@ std::optional<Advertisement> BluezDevices::take(const std::string& path,
                        .address = device.address,
                        .rssi = device.rssi,
                        .isScanResponse = false,
-                       .data = data};
+                       .data = data_};
 }
 
 void BluezDevices::withdraw(const std::string& path, const std::vector<std::string>& names) {
-  const auto found = devices.find(path);
-  if (found == devices.end()) return;
+  const auto found = devices_.find(path);
+  if (found == devices_.end()) return;
   for (const auto& name : names) {
     if (name == "RSSI") found->second.rssi = unknownRssi;
     if (name == "ManufacturerData") found->second.manufacturerData.clear();
@@ -104,12 +104,12 @@ void BluezDevices::takeManufacturerData(Device& device, const Companies& compani
 }
 
 void BluezDevices::encode(const Device& device) {
-  data.clear();
+  data_.clear();
   for (const auto& bytes : device.manufacturerData) {
-    AdvertisingData::append(data, AdvertisingData::manufacturerSpecific, bytes);
+    AdvertisingData::append(data_, AdvertisingData::manufacturerSpecific, bytes);
   }
   if (!device.name.empty()) {
-    AdvertisingData::append(data, AdvertisingData::completeName, device.name);
+    AdvertisingData::append(data_, AdvertisingData::completeName, device.name);
   }
 }
 

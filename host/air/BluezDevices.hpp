@@ -34,7 +34,7 @@ class BluezDevices {
   /// a discovery.
   void withdraw(const std::string& path, const std::vector<std::string>& names);
 
-  void forget(const std::string& path) { devices.erase(path); }
+  void forget(const std::string& path) { devices_.erase(path); }
 
  private:
   using Bytes = std::vector<std::uint8_t>;
@@ -52,8 +52,8 @@ class BluezDevices {
   static void takeManufacturerData(Device& device, const Companies& companies);
   void encode(const Device& device);
 
-  std::map<std::string, Device> devices;  // By object path.
-  Bytes data;
+  std::map<std::string, Device> devices_;  // By object path.
+  Bytes data_;
 };
 
 }  // namespace nimbrel

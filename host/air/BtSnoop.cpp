@@ -35,43 +35,43 @@ bool BtSnoop::recognises(std::span<const std::uint8_t> bytes) {
 }
 
 BtSnoop::BtSnoop(std::span<const std::uint8_t> content, std::string fileName)
-    : bytes(content), name(std::move(fileName)) {
-  ByteCursor cursor(bytes);
+    : bytes_(content), name_(std::move(fileName)) {
+  ByteCursor cursor(bytes_);
   cursor.take(magic.size());
   const auto version = cursor.integer<std::uint32_t>(std::endian::big);
-  datalink = cursor.integer<std::uint32_t>(std::endian::big);
+  datalink_ = cursor.integer<std::uint32_t>(std::endian::big);
   if (!cursor.ok()) {
-    throw InputError(name, "is cut off inside the btsnoop file header; record the capture again");
+    throw InputError(name_, "is cut off inside the btsnoop file header; record the capture again");
   }
   if (version != 1) {
-    throw InputError(name, "btsnoop version " + std::to_string(version) +
-                               " is not known; convert the file to version 1");
+    throw InputError(name_, "btsnoop version " + std::to_string(version) +
+                                " is not known; convert the file to version 1");
   }
-  if (datalink != h1 && datalink != h4 && datalink != monitor) {
-    throw InputError(name, "btsnoop datalink " + describe(datalink) +
-                               " cannot be read; record HCI H1 (1001), HCI H4 (1002) or the Linux "
-                               "monitor (2001)");
+  if (datalink_ != h1 && datalink_ != h4 && datalink_ != monitor) {
+    throw InputError(name_, "btsnoop datalink " + describe(datalink_) +
+                                " cannot be read; record HCI H1 (1001), HCI H4 (1002) or the Linux "
+                                "monitor (2001)");
   }
-  offset = headerSize;
+  offset_ = headerSize;
 }
 
 bool BtSnoop::next(Packet& packet) {
-  if (offset == bytes.size()) return false;
-  ByteCursor cursor(bytes.subspan(offset));
+  if (offset_ == bytes_.size()) return false;
+  ByteCursor cursor(bytes_.subspan(offset_));
   ByteCursor head(cursor.take(24));
-  if (!cursor.ok()) throwCutOff(name, offset);
+  if (!cursor.ok()) throwCutOff(name_, offset_);
   head.take(4);  // The packet's original length: more than is here where the recorder cut it.
   const auto length = head.integer<std::uint32_t>(std::endian::big);
   const auto flags = head.integer<std::uint32_t>(std::endian::big);
   head.take(4);  // The number of packets lost so far.
   const auto stamp = head.integer<std::uint64_t>(std::endian::big);
-  if (length > longestRecord) throwImpossibleLength(name, offset, length);
+  if (length > longestRecord) throwImpossibleLength(name_, offset_, length);
   const auto content = cursor.take(length);
-  if (!cursor.ok()) throwCutOff(name, offset);
+  if (!cursor.ok()) throwCutOff(name_, offset_);
   const std::chrono::microseconds sinceEpoch(static_cast<std::int64_t>(
       std::min<std::uint64_t>(stamp, std::numeric_limits<std::int64_t>::max())));
   packet.time = std::clamp<std::chrono::microseconds>(sinceEpoch - epoch, earliestTime, latestTime);
-  switch (datalink) {
+  switch (datalink_) {
     case h1:
       packet.holdHci((flags & receivedEvent) == receivedEvent, content);
       break;
@@ -82,7 +82,7 @@ bool BtSnoop::next(Packet& packet) {
       // The number of the adapter is in the upper half.
       packet.holdMonitored(static_cast<std::uint16_t>(flags), content);
   }
-  offset = bytes.size() - cursor.rest().size();
+  offset_ = bytes_.size() - cursor.rest().size();
   return true;
 }
 

@@ -29,13 +29,13 @@ class BtSnoop {
 
   /// False at the end. Throws InputError at a record that cannot be used; nothing follows it.
   bool next(Packet& packet);
-  [[nodiscard]] std::size_t position() const { return offset; }
+  [[nodiscard]] std::size_t position() const { return offset_; }
 
  private:
-  std::span<const std::uint8_t> bytes;
-  std::string name;
-  std::uint32_t datalink = 0;
-  std::size_t offset = 0;
+  std::span<const std::uint8_t> bytes_;
+  std::string name_;
+  std::uint32_t datalink_ = 0;
+  std::size_t offset_ = 0;
 };
 
 }  // namespace nimbrel

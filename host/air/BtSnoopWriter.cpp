@@ -43,24 +43,24 @@ void appendData(Bytes& bytes, std::span<const std::uint8_t> data) {
 }  // namespace
 
 BtSnoopWriter::BtSnoopWriter(std::string path, bool overwrites)
-    : name(std::move(path)),
-      descriptor(::open(name.c_str(),
-                        O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | (overwrites ? O_TRUNC : O_EXCL),
-                        0666)) {
-  if (descriptor < 0) {
+    : name_(std::move(path)),
+      descriptor_(::open(
+          name_.c_str(),
+          O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | (overwrites ? O_TRUNC : O_EXCL), 0666)) {
+  if (descriptor_ < 0) {
     if (errno == EEXIST) {
-      throw InputError(name, "is there already; name another file, or give --force to replace it");
+      throw InputError(name_, "is there already; name another file, or give --force to replace it");
     }
-    throw InputError(
-        name, std::string("cannot be written: ") + std::strerror(errno) + "; name a file that can");
+    throw InputError(name_, std::string("cannot be written: ") + std::strerror(errno) +
+                                "; name a file that can");
   }
-  records.assign(BtSnoop::magic.begin(), BtSnoop::magic.end());
-  appendBig(records, std::uint32_t{1});
-  appendBig(records, std::uint32_t{BtSnoop::h4});
+  records_.assign(BtSnoop::magic.begin(), BtSnoop::magic.end());
+  appendBig(records_, std::uint32_t{1});
+  appendBig(records_, std::uint32_t{BtSnoop::h4});
   put();
 }
 
-BtSnoopWriter::~BtSnoopWriter() { ::close(descriptor); }
+BtSnoopWriter::~BtSnoopWriter() { ::close(descriptor_); }
 
 void BtSnoopWriter::write(const Advertisement& advertisement) {
   if (advertisement.data.size() <= longestLegacyData) {
@@ -114,36 +114,36 @@ void BtSnoopWriter::addEvent(const Advertisement& advertisement, std::uint8_t su
   packet.insert(packet.end(), report.begin(), report.end());
 
   const auto size = static_cast<std::uint32_t>(packet.size());
-  appendBig(records, size);
-  appendBig(records, size);
-  appendBig(records, receivedEvent);
-  appendBig(records, std::uint32_t{0});  // No packet was dropped.
-  appendBig(records, static_cast<std::uint64_t>((advertisement.time + BtSnoop::epoch).count()));
-  records.insert(records.end(), packet.begin(), packet.end());
+  appendBig(records_, size);
+  appendBig(records_, size);
+  appendBig(records_, receivedEvent);
+  appendBig(records_, std::uint32_t{0});  // No packet was dropped.
+  appendBig(records_, static_cast<std::uint64_t>((advertisement.time + BtSnoop::epoch).count()));
+  records_.insert(records_.end(), packet.begin(), packet.end());
 }
 
 /// In one piece, so that a program that is ended leaves whole records.
 void BtSnoopWriter::put() {
-  std::span<const std::uint8_t> rest = records;
+  std::span<const std::uint8_t> rest = records_;
   while (!rest.empty()) {
-    const auto written = ::write(descriptor, rest.data(), rest.size());
+    const auto written = ::write(descriptor_, rest.data(), rest.size());
     if (written >= 0) {
       rest = rest.subspan(static_cast<std::size_t>(written));
     } else if (errno != EINTR) {
       throw std::system_error(errno, std::generic_category(),
-                              name + ": the recording cannot go on");
+                              name_ + ": the recording cannot go on");
     }
   }
-  records.clear();
-  isSynced = false;
+  records_.clear();
+  isSynced_ = false;
 }
 
 void BtSnoopWriter::sync() {
-  if (isSynced) return;
-  isSynced = true;
+  if (isSynced_) return;
+  isSynced_ = true;
   // Pipes and the like have no disk behind them.
-  if (::fdatasync(descriptor) != 0 && errno != EINVAL && errno != EROFS) {
-    throw std::system_error(errno, std::generic_category(), name + ": the recording cannot go on");
+  if (::fdatasync(descriptor_) != 0 && errno != EINVAL && errno != EROFS) {
+    throw std::system_error(errno, std::generic_category(), name_ + ": the recording cannot go on");
   }
 }
 

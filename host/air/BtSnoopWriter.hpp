@@ -35,10 +35,10 @@ class BtSnoopWriter {
                 const std::vector<std::uint8_t>& report);
   void put();
 
-  std::string name;
-  int descriptor;
-  bool isSynced = true;
-  std::vector<std::uint8_t> records;
+  std::string name_;
+  int descriptor_;
+  bool isSynced_ = true;
+  std::vector<std::uint8_t> records_;
 };
 
 }  // namespace nimbrel

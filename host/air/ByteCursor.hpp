@@ -15,10 +15,10 @@ namespace nimbrel {
 class ByteCursor {
  public:
   ByteCursor() = default;
-  explicit ByteCursor(std::span<const std::uint8_t> bytes) : unread(bytes) {}
+  explicit ByteCursor(std::span<const std::uint8_t> bytes) : unread_(bytes) {}
 
-  [[nodiscard]] bool ok() const { return within; }
-  [[nodiscard]] std::span<const std::uint8_t> rest() const { return unread; }
+  [[nodiscard]] bool ok() const { return within_; }
+  [[nodiscard]] std::span<const std::uint8_t> rest() const { return unread_; }
 
   template <std::unsigned_integral Integer>
   Integer integer(std::endian order = std::endian::little) {
@@ -38,19 +38,19 @@ class ByteCursor {
 
   /// All `count` bytes or, beyond the end, none.
   std::span<const std::uint8_t> take(std::size_t count) {
-    if (count > unread.size()) {
-      within = false;
-      unread = {};
+    if (count > unread_.size()) {
+      within_ = false;
+      unread_ = {};
       return {};
     }
-    const auto taken = unread.first(count);
-    unread = unread.subspan(count);
+    const auto taken = unread_.first(count);
+    unread_ = unread_.subspan(count);
     return taken;
   }
 
   /// As many of the `count` bytes as there are; the cursor stays as ok as it was.
   std::span<const std::uint8_t> takeUpTo(std::size_t count) {
-    return take(std::min(count, unread.size()));
+    return take(std::min(count, unread_.size()));
   }
 
  private:
@@ -61,8 +61,8 @@ class ByteCursor {
     return bytes;
   }
 
-  std::span<const std::uint8_t> unread;
-  bool within = true;
+  std::span<const std::uint8_t> unread_;
+  bool within_ = true;
 };
 
 }  // namespace nimbrel

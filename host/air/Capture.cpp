@@ -43,10 +43,10 @@ std::unique_ptr<Capture> Capture::read(std::span<const std::uint8_t> bytes, cons
 
 Capture::Capture(std::optional<MappedFile> mapped, std::span<const std::uint8_t> bytes,
                  const std::string& name, WarningHandler warningHandler)
-    : file(std::move(mapped)),
-      size(bytes.size()),
-      source(sourceOf(bytes, name)),
-      warn(std::move(warningHandler)) {}
+    : file_(std::move(mapped)),
+      size_(bytes.size()),
+      source_(sourceOf(bytes, name)),
+      warn_(std::move(warningHandler)) {}
 
 Capture::Source Capture::sourceOf(std::span<const std::uint8_t> bytes, const std::string& name) {
   if (BtSnoop::recognises(bytes)) return BtSnoop(bytes, name);
@@ -57,47 +57,47 @@ Capture::Source Capture::sourceOf(std::span<const std::uint8_t> bytes, const std
 }
 
 const Advertisement* Capture::next() {
-  while (!hciEvents.next(advertisement)) {
+  while (!hciEvents_.next(advertisement_)) {
     if (!readPacket()) return nullptr;
-    if (packet.kind == Packet::Kind::hciEvent) {
-      hciEvents.begin(packet.time, packet.data);
-    } else if (packet.kind == Packet::Kind::advertisingPdu &&
-               decodeAdvertisingPdu(packet, advertisement)) {
+    if (packet_.kind == Packet::Kind::hciEvent) {
+      hciEvents_.begin(packet_.time, packet_.data);
+    } else if (packet_.kind == Packet::Kind::advertisingPdu &&
+               decodeAdvertisingPdu(packet_, advertisement_)) {
       break;
     }
   }
-  return &advertisement;
+  return &advertisement_;
 }
 
 bool Capture::readPacket() {
   // Seldom enough to cost nothing.
   constexpr std::size_t releaseInterval = std::size_t{8} << 20U;
-  if (ended) return false;
+  if (ended_) return false;
   try {
-    ended = !std::visit(
+    ended_ = !std::visit(
         [&](auto& reader) {
-          const bool found = reader.next(packet);
-          position = reader.position();
+          const bool found = reader.next(packet_);
+          position_ = reader.position();
           return found;
         },
-        source);
+        source_);
   } catch (const InputError& damage) {
-    warn(damage.what());
-    ended = true;
+    warn_(damage.what());
+    ended_ = true;
   }
-  if (ended) return false;
-  if (file && position - released >= releaseInterval) {
+  if (ended_) return false;
+  if (file_ && position_ - released_ >= releaseInterval) {
     // The packet just read lies before the position, but stays readable.
-    file->release(position);
-    released = position;
+    file_->release(position_);
+    released_ = position_;
   }
-  if (!first) first = packet.time;
-  last = packet.time;
+  if (!first_) first_ = packet_.time;
+  last_ = packet_.time;
   return true;
 }
 
 double Capture::progress() const {
-  return ended ? 1.0 : static_cast<double>(position) / static_cast<double>(size);
+  return ended_ ? 1.0 : static_cast<double>(position_) / static_cast<double>(size_);
 }
 
 }  // namespace nimbrel

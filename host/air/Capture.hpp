@@ -43,8 +43,8 @@ class Capture {
   const Advertisement* next();
 
   /// Of the records read so far, of whatever kind; null before the first.
-  [[nodiscard]] std::optional<std::chrono::microseconds> firstRecordTime() const { return first; }
-  [[nodiscard]] std::optional<std::chrono::microseconds> lastRecordTime() const { return last; }
+  [[nodiscard]] std::optional<std::chrono::microseconds> firstRecordTime() const { return first_; }
+  [[nodiscard]] std::optional<std::chrono::microseconds> lastRecordTime() const { return last_; }
 
   /// How far the reading has come, from 0 to 1.
   [[nodiscard]] double progress() const;
@@ -58,18 +58,18 @@ class Capture {
   static Source sourceOf(std::span<const std::uint8_t> bytes, const std::string& name);
   bool readPacket();
 
-  std::optional<MappedFile> file;
-  std::size_t size;
-  Source source;
-  WarningHandler warn;
-  std::size_t position = 0;
-  std::size_t released = 0;
-  bool ended = false;
-  std::optional<std::chrono::microseconds> first;
-  std::optional<std::chrono::microseconds> last;
-  Packet packet;
-  HciEvents hciEvents;
-  Advertisement advertisement;
+  std::optional<MappedFile> file_;
+  std::size_t size_;
+  Source source_;
+  WarningHandler warn_;
+  std::size_t position_ = 0;
+  std::size_t released_ = 0;
+  bool ended_ = false;
+  std::optional<std::chrono::microseconds> first_;
+  std::optional<std::chrono::microseconds> last_;
+  Packet packet_;
+  HciEvents hciEvents_;
+  Advertisement advertisement_;
 };
 
 }  // namespace nimbrel

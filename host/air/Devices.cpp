@@ -26,7 +26,7 @@ void appendValid(std::string_view text, std::string& valid) {
 Sighting Devices::sight(const Advertisement& advertisement) {
   const auto data = AdvertisingData::parse(advertisement.data);
   const bool isScanResponse = advertisement.isScanResponse;
-  Device& device = devices[keyOf(advertisement.address)];
+  Device& device = devices_[keyOf(advertisement.address)];
 
   takeName(device, data, isScanResponse);
   auto& kept = device.manufacturerData[isScanResponse ? 1 : 0];
@@ -62,9 +62,9 @@ void Devices::takeName(Device& device, const AdvertisingData& data, bool isScanR
   // Some devices fill the field up with zeros.
   const auto name = bytes.substr(0, bytes.find('\0'));
   if (name.empty() || name == device.name) return;
-  cleaned.clear();
-  appendValid(name, cleaned);
-  if (cleaned != device.name) device.name = cleaned;
+  cleaned_.clear();
+  appendValid(name, cleaned_);
+  if (cleaned_ != device.name) device.name = cleaned_;
 }
 
 }  // namespace nimbrel

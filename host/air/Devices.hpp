@@ -26,7 +26,7 @@ class Devices {
   /// not UTF-8 are replaced by U+FFFD.
   Sighting sight(const Advertisement& advertisement);
 
-  [[nodiscard]] std::size_t count() const { return devices.size(); }
+  [[nodiscard]] std::size_t count() const { return devices_.size(); }
 
  private:
   struct ManufacturerData {
@@ -43,8 +43,8 @@ class Devices {
 
   void takeName(Device& device, const AdvertisingData& data, bool isScanResponse);
 
-  std::unordered_map<std::uint64_t, Device> devices;  // By address and type.
-  std::string cleaned;                                // Keeps its memory from name to name.
+  std::unordered_map<std::uint64_t, Device> devices_;  // By address and type.
+  std::string cleaned_;                                // Keeps its memory from name to name.
 };
 
 }  // namespace nimbrel

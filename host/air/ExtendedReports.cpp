@@ -13,20 +13,20 @@ std::optional<std::span<const std::uint8_t>> ExtendedReports::joinUnfinished(
   // The most that a host is given of one advertisement.
   constexpr std::size_t longestData = 1650;
 
-  auto found = std::ranges::find(unfinished, source, &Unfinished::source);
-  if (found == unfinished.end()) {
+  auto found = std::ranges::find(unfinished_, source, &Unfinished::source);
+  if (found == unfinished_.end()) {
     if (status != DataStatus::moreToCome) return fragment;
-    if (unfinished.size() == mostUnfinished) unfinished.erase(unfinished.begin());
-    unfinished.push_back({source, {}});
-    found = unfinished.end() - 1;
+    if (unfinished_.size() == mostUnfinished) unfinished_.erase(unfinished_.begin());
+    unfinished_.push_back({source, {}});
+    found = unfinished_.end() - 1;
   }
   auto& data = found->data;
   const auto kept = fragment.first(std::min(fragment.size(), longestData - data.size()));
   data.insert(data.end(), kept.begin(), kept.end());
   if (status == DataStatus::moreToCome) return std::nullopt;
-  joined = std::move(data);
-  unfinished.erase(found);
-  return joined;
+  joined_ = std::move(data);
+  unfinished_.erase(found);
+  return joined_;
 }
 
 }  // namespace nimbrel

@@ -36,7 +36,7 @@ class ExtendedReports {
   std::optional<std::span<const std::uint8_t>> join(const Source& source, DataStatus status,
                                                     std::span<const std::uint8_t> fragment) {
     // Nearly all are whole: nothing is looked for then.
-    if (unfinished.empty() && status != DataStatus::moreToCome) return fragment;
+    if (unfinished_.empty() && status != DataStatus::moreToCome) return fragment;
     return joinUnfinished(source, status, fragment);
   }
 
@@ -49,8 +49,8 @@ class ExtendedReports {
   std::optional<std::span<const std::uint8_t>> joinUnfinished(
       const Source& source, DataStatus status, std::span<const std::uint8_t> fragment);
 
-  std::vector<Unfinished> unfinished;  // The longest waiting first.
-  std::vector<std::uint8_t> joined;
+  std::vector<Unfinished> unfinished_;  // The longest waiting first.
+  std::vector<std::uint8_t> joined_;
 };
 
 }  // namespace nimbrel

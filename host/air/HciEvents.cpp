@@ -18,23 +18,23 @@ void HciEvents::begin(std::chrono::microseconds time, std::span<const std::uint8
   constexpr std::uint8_t leMetaEvent = 0x3E;
   constexpr std::uint8_t advertisingReport = 0x02;
   constexpr std::uint8_t extendedAdvertisingReport = 0x0D;
-  receptionTime = time;
-  reportsLeft = 0;
+  receptionTime_ = time;
+  reportsLeft_ = 0;
   ByteCursor cursor(event);
   if (cursor.byte() != leMetaEvent) return;
   const auto length = cursor.byte();
-  reports = ByteCursor(cursor.takeUpTo(length));
-  const auto subevent = reports.byte();
+  reports_ = ByteCursor(cursor.takeUpTo(length));
+  const auto subevent = reports_.byte();
   if (subevent != advertisingReport && subevent != extendedAdvertisingReport) return;
-  isExtended = subevent == extendedAdvertisingReport;
-  reportsLeft = reports.byte();
+  isExtended_ = subevent == extendedAdvertisingReport;
+  reportsLeft_ = reports_.byte();
 }
 
 bool HciEvents::nextReport(Advertisement& advertisement) {
-  while (reportsLeft > 0) {
-    --reportsLeft;
-    if (isExtended ? nextExtended(advertisement) : nextLegacy(advertisement)) return true;
-    if (!reports.ok()) reportsLeft = 0;
+  while (reportsLeft_ > 0) {
+    --reportsLeft_;
+    if (isExtended_ ? nextExtended(advertisement) : nextLegacy(advertisement)) return true;
+    if (!reports_.ok()) reportsLeft_ = 0;
   }
   return false;
 }
@@ -44,16 +44,16 @@ bool HciEvents::nextReport(Advertisement& advertisement) {
 bool HciEvents::nextLegacy(Advertisement& advertisement) {
   constexpr std::uint8_t directed = 1;
   constexpr std::uint8_t scanResponse = 4;
-  ByteCursor head(reports.take(9));
-  if (!reports.ok()) return false;
+  ByteCursor head(reports_.take(9));
+  if (!reports_.ok()) return false;
   const auto eventType = head.byte();
   const auto type = addressType(head.byte());
   const auto address = head.reversed<6>();
   const auto length = head.byte();
-  const auto data = reports.takeUpTo(length);
-  const auto rssi = reports.rest().empty() ? std::uint8_t{127} : reports.byte();
+  const auto data = reports_.takeUpTo(length);
+  const auto rssi = reports_.rest().empty() ? std::uint8_t{127} : reports_.byte();
   if (!type || eventType > scanResponse || eventType == directed) return false;
-  advertisement = {.time = receptionTime,
+  advertisement = {.time = receptionTime_,
                    .address = {address, *type},
                    .rssi = static_cast<std::int8_t>(rssi),
                    .isScanResponse = eventType == scanResponse,
@@ -64,8 +64,8 @@ bool HciEvents::nextLegacy(Advertisement& advertisement) {
 bool HciEvents::nextExtended(Advertisement& advertisement) {
   constexpr unsigned directed = 0x04;
   constexpr unsigned scanResponse = 0x08;
-  ByteCursor head(reports.take(24));
-  if (!reports.ok()) return false;
+  ByteCursor head(reports_.take(24));
+  if (!reports_.ok()) return false;
   const unsigned eventType = head.integer<std::uint16_t>();
   const auto type = addressType(head.byte());
   const auto address = head.reversed<6>();
@@ -75,14 +75,14 @@ bool HciEvents::nextExtended(Advertisement& advertisement) {
   const auto rssi = static_cast<std::int8_t>(head.byte());
   head.take(9);  // The interval of periodic advertising, and the address that it is directed at.
   const auto length = head.byte();
-  const auto data = reports.takeUpTo(length);
+  const auto data = reports_.takeUpTo(length);
   if (!type || (eventType & directed) != 0) return false;
   const bool isScanResponse = (eventType & scanResponse) != 0;
   const auto status = data.size() < length ? ExtendedReports::DataStatus::truncated
                                            : ExtendedReports::dataStatus(eventType);
-  const auto whole = extendedReports.join({{address, *type}, set, isScanResponse}, status, data);
+  const auto whole = extendedReports_.join({{address, *type}, set, isScanResponse}, status, data);
   if (!whole) return false;
-  advertisement = {.time = receptionTime,
+  advertisement = {.time = receptionTime_,
                    .address = {address, *type},
                    .rssi = rssi,
                    .isScanResponse = isScanResponse,

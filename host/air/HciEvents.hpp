@@ -21,18 +21,18 @@ class HciEvents {
 
   /// The next advertisement of the event; false after the last. Its data is valid until the next
   /// call of either operation.
-  bool next(Advertisement& advertisement) { return reportsLeft > 0 && nextReport(advertisement); }
+  bool next(Advertisement& advertisement) { return reportsLeft_ > 0 && nextReport(advertisement); }
 
  private:
   bool nextReport(Advertisement& advertisement);
   bool nextLegacy(Advertisement& advertisement);
   bool nextExtended(Advertisement& advertisement);
 
-  std::chrono::microseconds receptionTime{};
-  bool isExtended = false;
-  unsigned reportsLeft = 0;
-  ByteCursor reports;
-  ExtendedReports extendedReports;
+  std::chrono::microseconds receptionTime_{};
+  bool isExtended_ = false;
+  unsigned reportsLeft_ = 0;
+  ByteCursor reports_;
+  ExtendedReports extendedReports_;
 };
 
 }  // namespace nimbrel

@@ -69,28 +69,28 @@ MappedFile::MappedFile(const std::string& path) {
     void* const mapped = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.number, 0);
     if (mapped == MAP_FAILED) Descriptor::failed(path);
     ::madvise(mapped, size, MADV_SEQUENTIAL);
-    mapping = mapped;
-    content = {static_cast<const std::uint8_t*>(mapped), size};
+    mapping_ = mapped;
+    content_ = {static_cast<const std::uint8_t*>(mapped), size};
   } else {
-    copy = readToEnd(file, path);
-    content = copy;
+    copy_ = readToEnd(file, path);
+    content_ = copy_;
   }
-  if (content.empty()) throw InputError(path, "is empty; record the capture again");
+  if (content_.empty()) throw InputError(path, "is empty; record the capture again");
 }
 
 MappedFile::~MappedFile() {
-  if (mapping != nullptr) ::munmap(mapping, content.size());
+  if (mapping_ != nullptr) ::munmap(mapping_, content_.size());
 }
 
 MappedFile::MappedFile(MappedFile&& other) noexcept
-    : copy(std::move(other.copy)),
-      content(std::exchange(other.content, {})),
-      mapping(std::exchange(other.mapping, nullptr)) {}
+    : copy_(std::move(other.copy_)),
+      content_(std::exchange(other.content_, {})),
+      mapping_(std::exchange(other.mapping_, nullptr)) {}
 
 void MappedFile::release(std::size_t count) const {
-  if (mapping == nullptr) return;
+  if (mapping_ == nullptr) return;
   const auto page = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
-  ::madvise(mapping, count / page * page, MADV_DONTNEED);
+  ::madvise(mapping_, count / page * page, MADV_DONTNEED);
 }
 
 }  // namespace nimbrel

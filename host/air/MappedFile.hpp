@@ -20,16 +20,16 @@ class MappedFile {
   MappedFile(MappedFile&& other) noexcept;
   MappedFile& operator=(MappedFile&& other) = delete;
 
-  [[nodiscard]] std::span<const std::uint8_t> bytes() const { return content; }
+  [[nodiscard]] std::span<const std::uint8_t> bytes() const { return content_; }
 
   /// The first `count` bytes are not needed again soon: a long file then stays out of memory but
   /// for what is being read.
   void release(std::size_t count) const;
 
  private:
-  std::vector<std::uint8_t> copy;
-  std::span<const std::uint8_t> content;
-  void* mapping = nullptr;
+  std::vector<std::uint8_t> copy_;
+  std::span<const std::uint8_t> content_;
+  void* mapping_ = nullptr;
 };
 
 }  // namespace nimbrel

@@ -56,19 +56,21 @@ bool PacketLogger::recognises(std::span<const std::uint8_t> bytes) {
 }
 
 PacketLogger::PacketLogger(std::span<const std::uint8_t> content, std::string fileName)
-    : bytes(content), name(std::move(fileName)), order(orderOf(bytes).value_or(std::endian::big)) {}
+    : bytes_(content),
+      name_(std::move(fileName)),
+      order_(orderOf(bytes_).value_or(std::endian::big)) {}
 
 bool PacketLogger::next(Packet& packet) {
-  if (offset == bytes.size()) return false;
-  ByteCursor cursor(bytes.subspan(offset));
-  const RecordHead head(cursor, order);
-  if (!cursor.ok()) throwCutOff(name, offset);
-  if (!head.hasPossibleLength()) throwImpossibleLength(name, offset, head.length);
+  if (offset_ == bytes_.size()) return false;
+  ByteCursor cursor(bytes_.subspan(offset_));
+  const RecordHead head(cursor, order_);
+  if (!cursor.ok()) throwCutOff(name_, offset_);
+  if (!head.hasPossibleLength()) throwImpossibleLength(name_, offset_, head.length);
   const auto content = cursor.take(head.length - shortestRecord);
-  if (!cursor.ok()) throwCutOff(name, offset);
+  if (!cursor.ok()) throwCutOff(name_, offset_);
   packet.time = std::chrono::seconds(head.seconds) + std::chrono::microseconds(head.microseconds);
   packet.holdHci(head.type == eventType, content);
-  offset = bytes.size() - cursor.rest().size();
+  offset_ = bytes_.size() - cursor.rest().size();
   return true;
 }
 

@@ -22,13 +22,13 @@ class PacketLogger {
 
   /// False at the end. Throws InputError at a record that cannot be used; nothing follows it.
   bool next(Packet& packet);
-  [[nodiscard]] std::size_t position() const { return offset; }
+  [[nodiscard]] std::size_t position() const { return offset_; }
 
  private:
-  std::span<const std::uint8_t> bytes;
-  std::string name;
-  std::endian order;
-  std::size_t offset = 0;
+  std::span<const std::uint8_t> bytes_;
+  std::string name_;
+  std::endian order_;
+  std::size_t offset_ = 0;
 };
 
 }  // namespace nimbrel

@@ -43,45 +43,45 @@ bool PcapCapture::recognises(std::span<const std::uint8_t> bytes) {
 }
 
 PcapCapture::PcapCapture(std::span<const std::uint8_t> bytes, std::string fileName)
-    : name(std::move(fileName)) {
+    : name_(std::move(fileName)) {
   // Opened for reading, nothing writes to the bytes.
   auto* const content = const_cast<std::uint8_t*>(bytes.data());
-  file = ::fmemopen(content, bytes.size(), "r");
-  if (file == nullptr)
-    throw InputError(name, std::string("cannot be read: ") + std::strerror(errno));
+  file_ = ::fmemopen(content, bytes.size(), "r");
+  if (file_ == nullptr)
+    throw InputError(name_, std::string("cannot be read: ") + std::strerror(errno));
   std::array<char, PCAP_ERRBUF_SIZE> error{};
-  handle.reset(pcap_fopen_offline(file, error.data()));
-  if (!handle) {
-    std::fclose(file);
-    throw InputError(
-        name, "has a damaged header (" + std::string(error.data()) + "); record the capture again");
+  handle_.reset(pcap_fopen_offline(file_, error.data()));
+  if (!handle_) {
+    std::fclose(file_);
+    throw InputError(name_, "has a damaged header (" + std::string(error.data()) +
+                                "); record the capture again");
   }
-  linkType = pcap_datalink(handle.get());
-  if (std::ranges::count(readableLinkTypes, linkType) == 0) {
-    throw InputError(name, "link type " + describe(linkType) +
-                               " carries no Bluetooth LE that can be read; record HCI H4 (187, "
-                               "201), the Linux monitor (254), the LE link layer (251, 256) or "
-                               "Nordic's sniffer (272)");
+  linkType_ = pcap_datalink(handle_.get());
+  if (std::ranges::count(readableLinkTypes, linkType_) == 0) {
+    throw InputError(name_, "link type " + describe(linkType_) +
+                                " carries no Bluetooth LE that can be read; record HCI H4 (187, "
+                                "201), the Linux monitor (254), the LE link layer (251, 256) or "
+                                "Nordic's sniffer (272)");
   }
-  offset = tell(file);
+  offset_ = tell(file_);
 }
 
 bool PcapCapture::next(Packet& packet) {
   pcap_pkthdr* head = nullptr;
   const std::uint8_t* bytes = nullptr;
-  const int outcome = pcap_next_ex(handle.get(), &head, &bytes);
+  const int outcome = pcap_next_ex(handle_.get(), &head, &bytes);
   if (outcome == PCAP_ERROR_BREAK) return false;
   if (outcome != 1) {
-    throw InputError(name, "is damaged in the record at byte " + std::to_string(offset) + " (" +
-                               pcap_geterr(handle.get()) + "); used up to there");
+    throw InputError(name_, "is damaged in the record at byte " + std::to_string(offset_) + " (" +
+                                pcap_geterr(handle_.get()) + "); used up to there");
   }
-  offset = tell(file);
+  offset_ = tell(file_);
   const std::chrono::seconds seconds(head->ts.tv_sec);
   packet.time = std::clamp(seconds, earliestTime, latestTime) +
                 std::chrono::microseconds(std::clamp<std::int64_t>(head->ts.tv_usec, 0, 999'999));
   const std::span<const std::uint8_t> content(bytes, head->caplen);
   ByteCursor cursor(content);
-  switch (linkType) {
+  switch (linkType_) {
     case DLT_BLUETOOTH_HCI_H4_WITH_PHDR:
       cursor.take(4);  // The direction.
       [[fallthrough]];

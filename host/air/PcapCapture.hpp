@@ -24,18 +24,18 @@ class PcapCapture {
 
   /// False at the end. Throws InputError at a record that cannot be used; nothing follows it.
   bool next(Packet& packet);
-  [[nodiscard]] std::size_t position() const { return offset; }
+  [[nodiscard]] std::size_t position() const { return offset_; }
 
  private:
   struct Closer {
     void operator()(pcap* handle) const;
   };
 
-  std::string name;
-  std::unique_ptr<pcap, Closer> handle;
-  std::FILE* file = nullptr;  // Owned by `handle`.
-  int linkType = 0;
-  std::size_t offset = 0;
+  std::string name_;
+  std::unique_ptr<pcap, Closer> handle_;
+  std::FILE* file_ = nullptr;  // Owned by `handle`.
+  int linkType_ = 0;
+  std::size_t offset_ = 0;
 };
 
 }  // namespace nimbrel

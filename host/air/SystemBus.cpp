@@ -5,23 +5,23 @@
 namespace nimbrel {
 
 SystemBus::SystemBus(MainQueue& mainQueue, std::function<void()> whenLost)
-    : queue(mainQueue),
-      lost(std::move(whenLost)),
-      connection(sdbus::createSystemBusConnection()),
-      descriptor(connection->getEventLoopPollData().fd) {
-  queue.watch(
-      descriptor, [this] { process(); }, [this] { return interest(); });
+    : queue_(mainQueue),
+      lost_(std::move(whenLost)),
+      connection_(sdbus::createSystemBusConnection()),
+      descriptor_(connection_->getEventLoopPollData().fd) {
+  queue_.watch(
+      descriptor_, [this] { process(); }, [this] { return interest(); });
 }
 
-SystemBus::~SystemBus() { queue.unwatch(descriptor); }
+SystemBus::~SystemBus() { queue_.unwatch(descriptor_); }
 
 std::unique_ptr<sdbus::IProxy> SystemBus::object(const std::string& program,
                                                  const std::string& path) {
-  return sdbus::createProxy(*connection, program, path);
+  return sdbus::createProxy(*connection_, program, path);
 }
 
 void SystemBus::post(std::function<void()> task) {
-  queue.async([isAlive = std::weak_ptr(life), task = std::move(task)] {
+  queue_.async([isAlive = std::weak_ptr(life_), task = std::move(task)] {
     if (!isAlive.expired()) {
       task();
     }
@@ -30,17 +30,17 @@ void SystemBus::post(std::function<void()> task) {
 
 void SystemBus::process() {
   try {
-    while (connection->processPendingRequest()) {
+    while (connection_->processPendingRequest()) {
     }
   } catch (const sdbus::Error&) {
-    queue.unwatch(descriptor);
-    post(lost);
+    queue_.unwatch(descriptor_);
+    post(lost_);
   }
 }
 
 MainQueue::Interest SystemBus::interest() const {
   try {
-    const auto wanted = connection->getEventLoopPollData();
+    const auto wanted = connection_->getEventLoopPollData();
     return {wanted.events, wanted.getRelativeTimeout()};
   } catch (const sdbus::Error&) {
     // The connection is closed, which processing it will tell.

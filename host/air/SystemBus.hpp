@@ -30,7 +30,7 @@ class SystemBus {
   /// selects, a match rule of D-Bus. Signals of other arguments are left out.
   template <typename... Arguments>
   void onSignal(const std::string& rule, auto take) {
-    connection->addMatch(
+    connection_->addMatch(
         rule,
         [this, take = std::move(take)](sdbus::Message& message) {
           std::tuple<std::string, Arguments...> arguments;
@@ -52,11 +52,11 @@ class SystemBus {
   void process();
   [[nodiscard]] MainQueue::Interest interest() const;
 
-  MainQueue& queue;
-  std::function<void()> lost;
-  std::unique_ptr<sdbus::IConnection> connection;
-  int descriptor;
-  std::shared_ptr<const bool> life = std::make_shared<const bool>(true);
+  MainQueue& queue_;
+  std::function<void()> lost_;
+  std::unique_ptr<sdbus::IConnection> connection_;
+  int descriptor_;
+  std::shared_ptr<const bool> life_ = std::make_shared<const bool>(true);
 };
 
 }  // namespace nimbrel
