@@ -10,8 +10,9 @@ namespace nimbrel {
 /// How far a long replay has come, on one line of a terminal that is rewritten in place.
 class Progress {
  public:
-  /// Shows nothing where `output` is no terminal.
-  explicit Progress(Output& output) : output_(output), isShown_(output.isTerminal()) {}
+  /// Shows nothing where it is not wanted or `output` is no terminal.
+  Progress(Output& output, bool isWanted)
+      : output_(output), isShown_(isWanted && output.isTerminal()) {}
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 

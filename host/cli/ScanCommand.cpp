@@ -33,7 +33,7 @@ int scanLive(const ScanOptions& options) {
 
 int scanCapture(const ScanOptions& options) {
   Output errors(STDERR_FILENO);
-  Progress progress(errors);
+  Progress progress(errors, !options.table);
   Output output(STDOUT_FILENO, [&progress] { progress.clear(); });
   const std::string name = options.capture.value_or("the bundled recording");
   const auto warn = [&](const std::string& warning) {

@@ -27,11 +27,11 @@ constexpr std::string_view kClearBelow = "\033[J";
 constexpr double kInterval = 500e3;
 
 /// What a line takes beside the beacon's identity.
-constexpr std::size_t kOtherColumns = 67;
+constexpr std::size_t kOtherColumns = 66;
 
 std::string heading(std::size_t identityWidth) {
   return fitted("beacon", identityWidth) +
-         "  major/minor   dBm   mean   distance  proximity  detected  s ago";
+         "  major/minor    dBm   mean   distance  proximity  detected  s ago";
 }
 
 }  // namespace
@@ -98,11 +98,13 @@ void Table::redrawEvery(MainQueue::Time interval) {
 void Table::redraw() {
   // The size is asked for each time: people resize their windows.
   const TerminalSize size = output_.terminalSize();
+  // Behind a character in the last column, clearing the rest of the line takes that one, too.
+  const std::size_t width = size.columns - 1;
   const std::size_t identityWidth =
-      std::clamp<std::size_t>(size.columns, kOtherColumns + 8, kOtherColumns + 40) - kOtherColumns;
+      std::clamp<std::size_t>(width, kOtherColumns + 8, kOtherColumns + 40) - kOtherColumns;
   std::string& out = output_.buffer();
   const auto put = [&](std::string_view text, bool isLast = false) {
-    out.append(fitted(text, size.columns)).append(kClearLine).append(isLast ? "" : "\r\n");
+    out.append(fitted(text, width)).append(kClearLine).append(isLast ? "" : "\n");
   };
   const std::vector<const Row*> rows = nearestFirst();
   // The heading and the line at the bottom take two of the lines.
@@ -114,7 +116,7 @@ void Table::redraw() {
   }
   std::string bottom = note_;
   if (shown < rows.size()) {
-    bottom.insert(0, std::string(Decimal(rows.size() - shown)) + " more are farther away. ");
+    bottom.insert(0, "and " + std::to_string(rows.size() - shown) + " farther away; ");
   }
   put(bottom, true);
   out.append(kClearBelow);
@@ -142,7 +144,7 @@ std::string Table::line(const Row& row, std::size_t identityWidth) const {
   };
   const std::chrono::duration<double> ago = queue_.now() - row.last;
   const int size = std::snprintf(
-      columns.data(), columns.size(), "%5s  %5s  %9s  %-9s  %7llu  %5.0f",
+      columns.data(), columns.size(), "%5s  %5s  %9s  %-9s  %8llu  %5.0f",
       strength(row.rssi).c_str(), strength(mean).c_str(), distanceText(row.distance).c_str(),
       row.proximity.c_str(), static_cast<unsigned long long>(row.detections), ago.count());
   return fitted(row.identity, identityWidth) + "  " + fitted(row.numbers, 11) + "  " +

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <unistd.h>
 
-#include <filesystem>
 #include <optional>
 
+#include "host/cli/LiveScan.hpp"
 #include "tests/host/air/Bytes.hpp"
 #include "tests/support/Command.hpp"
 #include "tests/support/FakeBluez.hpp"
@@ -11,9 +13,9 @@ namespace nimbrel::testing_support {
 namespace {
 
 /// The command on a machine with one adapter, and beacons that are there once a discovery runs.
-class LiveScan : public testing::Test {
+class LiveCommand : public testing::Test {
  protected:
-  LiveScan() {
+  LiveCommand() {
     bluez->addAdapter("hci0");
     bluez->whenDiscovering([this] {
       const Bytes frame = hex("0215 E2C56DB5DFFB48D2B060D0F5A71096E0 0001 0007 C5");
@@ -32,7 +34,7 @@ class LiveScan : public testing::Test {
   const TemporaryFile file{"what was there"};
 };
 
-TEST_F(LiveScan, RecordsWhatItHearsSoThatItCanBeScannedAgain) {
+TEST_F(LiveCommand, RecordsWhatItHearsSoThatItCanBeScannedAgain) {
   const Outcome heard = live({"--json", "--quiet", "--record", file.path(), "--force"});
   EXPECT_EQ(heard.status, 0) << heard.errors;
   EXPECT_NE(heard.output.find(R"("majorId":1,"minorId":7)"), std::string::npos) << heard.output;
@@ -41,7 +43,7 @@ TEST_F(LiveScan, RecordsWhatItHearsSoThatItCanBeScannedAgain) {
   EXPECT_EQ(again.errors.find("2 advertisements from 2 devices"), 0U) << again.errors;
 }
 
-TEST_F(LiveScan, RangesInFilterModeAndShowsATableInTheEnd) {
+TEST_F(LiveCommand, RangesInFilterModeAndShowsATableInTheEnd) {
   const Outcome heard =
       live({"--for", "1.2", "--table", "--filter", "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0//7=Desk"});
   EXPECT_EQ(heard.status, 0) << heard.errors;
@@ -51,7 +53,26 @@ TEST_F(LiveScan, RangesInFilterModeAndShowsATableInTheEnd) {
       << heard.output;
 }
 
-TEST_F(LiveScan, SaysWhatIsWrongAndWhatToDo) {
+TEST_F(LiveCommand, SaysOnceThatNothingWasHeardForAMinute) {
+  bluez->whenDiscovering([] {});
+  ScanOptions options;
+  options.live = options.json = options.quiet = true;
+  options.duration = std::chrono::minutes(3);
+  const int sink = memfd_create("errors", MFD_CLOEXEC);
+  Output errors(sink);
+  Output output(sink);
+  MainQueue queue(600.0);
+  LiveScan(options, queue, output, errors).run();
+  std::string text(1000, '\0');
+  text.resize(static_cast<std::size_t>(pread(sink, text.data(), text.size(), 0)));
+  close(sink);
+  EXPECT_EQ(text.substr(0, text.find("0 adv")),
+            "nimbrel: hci0: listening; Ctrl-C ends the scan\n"
+            "nimbrel: hci0: nothing was heard for a minute; is a beacon on and near, and the "
+            "antenna free?\n");
+}
+
+TEST_F(LiveCommand, SaysWhatIsWrongAndWhatToDo) {
   struct {
     std::vector<std::string> options;
     std::function<void()> before;
@@ -91,7 +112,7 @@ TEST_F(LiveScan, SaysWhatIsWrongAndWhatToDo) {
   }
 }
 
-TEST(LiveScanWithoutPermission, SaysHowToGetIt) {
+TEST(LiveCommandWithoutPermission, SaysHowToGetIt) {
   const PrivateBus bus(R"(<deny send_destination="org.bluez"/>)");
   const FakeBluez bluez;
   const Outcome outcome = runCommand({"scan", "--live"});
