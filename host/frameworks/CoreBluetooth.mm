@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
-#include "ios/Classes/FoundationConversions.h"
 #include "host/frameworks/Device.h"
+#include "ios/Classes/FoundationConversions.h"
 
 using nimbrel::fakes::Device;
 using nimbrel::fakes::record;

@@ -1,8 +1,8 @@
 #import <CoreLocation/CoreLocation.h>
 
+#include "host/frameworks/Device.h"
 #include "ios/Classes/FoundationConversions.h"
 #include "ios/Classes/LocationConversions.h"
-#include "host/frameworks/Device.h"
 
 using nimbrel::fakes::Device;
 using nimbrel::fakes::record;

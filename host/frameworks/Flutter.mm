@@ -1,7 +1,7 @@
-#include "ios/Classes/ChannelConversions.h"
-#include "ios/Classes/FoundationConversions.h"
 #include "host/frameworks/Device.h"
 #include "host/frameworks/Engine.h"
+#include "ios/Classes/ChannelConversions.h"
+#include "ios/Classes/FoundationConversions.h"
 
 using nimbrel::fakes::record;
 

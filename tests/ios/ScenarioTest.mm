@@ -3,9 +3,9 @@
 #include <optional>
 
 #include "host/engine/Registrar.hpp"
-#import "ios/Classes/NimbrelPlugin.h"
 #include "host/frameworks/Device.h"
 #include "host/frameworks/Engine.h"
+#import "ios/Classes/NimbrelPlugin.h"
 #include "tests/support/Transcripts.hpp"
 
 namespace nimbrel::testing_support {

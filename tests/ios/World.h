@@ -11,10 +11,10 @@
 
 #include "host/engine/Messenger.hpp"
 #include "host/engine/Registrar.hpp"
-#include "host/phone/Phone.hpp"
-#import "ios/Classes/NimbrelPlugin.h"
 #include "host/frameworks/Device.h"
 #include "host/frameworks/Engine.h"
+#include "host/phone/Phone.hpp"
+#import "ios/Classes/NimbrelPlugin.h"
 
 namespace nimbrel {
 
