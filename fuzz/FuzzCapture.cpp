@@ -9,7 +9,7 @@
 #include "host/air/Capture.hpp"
 #include "host/air/Devices.hpp"
 #include "host/air/InputError.hpp"
-#include "tests/air/Bytes.hpp"
+#include "tests/host/air/Bytes.hpp"
 
 namespace nimbrel {
 namespace {
