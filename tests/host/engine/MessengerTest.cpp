@@ -71,7 +71,8 @@ TEST_F(MessengerTest, KeepsOneHandlerForEachChannelAndLetsGoOfTheOneBefore) {
 
 TEST_F(MessengerTest, AnswersForChannelsThatNobodyHandles) {
   std::optional<FlutterReply> reply;
-  messenger.invokeMethod("other", {"anything", {}}, [&](FlutterReply value) { reply = value; });
+  messenger.invokeMethod("other", {"anything", {}},
+                         [&](const FlutterReply& value) { reply = value; });
   EXPECT_TRUE(std::holds_alternative<FlutterMethodNotImplemented>(*reply));
   EXPECT_TRUE(messenger.listen("other", nullptr).has_value());
 }
