@@ -32,7 +32,7 @@ class TableOnTerminal : public testing::Test {
   }
 
   /// What the terminal was sent since the last time.
-  [[nodiscard]] std::string shown() const {
+  std::string shown() const {
     std::array<char, 4096> text{};
     return {text.data(), static_cast<std::size_t>(read(person, text.data(), text.size()))};
   }
