@@ -110,8 +110,9 @@ std::string BluezAdapter::name() const { return nameOf(path_); }
 
 void BluezAdapter::connect() {
   bus_ = std::make_unique<SystemBus>(queue_, [this] {
-    bus_.reset();
     lose("the system bus is gone; the scan goes on when it is back");
+    daemon_.reset();
+    bus_.reset();
     after(pause, [this] { reconnect(); });
   });
   bus_->onSignal<std::string, std::string, std::string>(
@@ -158,22 +159,28 @@ void BluezAdapter::takeOwner(const std::string& owner) {
 }
 
 void BluezAdapter::askForObjects() {
-  daemon_->callMethodAsync("GetManagedObjects")
-      .onInterface(managerInterface)
-      .uponReplyInvoke([this](const sdbus::Error* error, const Objects& objects) {
-        if (error == nullptr) {
-          bus_->post([this, objects] {
-            note(objects);
-            choose();
-          });
-        } else if (isRefusal(*error)) {
-          bus_->post([] { throw std::runtime_error(std::string("bluetoothd: ") + refusal); });
-        }
-        // Any other error: there is no daemon yet. Its coming is signalled.
+  const auto take = [this](const sdbus::Error* error, const Objects& objects) {
+    if (error == nullptr) {
+      bus_->post([this, objects] {
+        note(objects);
+        choose();
       });
+    } else if (isRefusal(*error)) {
+      bus_->post([] { throw std::runtime_error(std::string("bluetoothd: ") + refusal); });
+    }
+    // With any other error there is no daemon yet. Its coming is signalled.
+  };
+  try {
+    daemon_->callMethodAsync("GetManagedObjects")
+        .onInterface(managerInterface)
+        .uponReplyInvoke(take);
+  } catch (const sdbus::Error&) {
+    // The bus is gone, which it tells by itself.
+  }
 }
 
 void BluezAdapter::lose(const std::string& what) {
+  ++attempts_;
   adapters_.clear();
   devices_ = {};
   path_.clear();

@@ -33,6 +33,9 @@ void LiveScan::run() {
   }
   queue_.runUntil(options_.duration.value_or(MainQueue::Time::max()));
   session_.stop();
+  if (recording_.has_value()) {
+    recording_->sync();
+  }
   session_.summarize();
 }
 
