@@ -25,9 +25,11 @@ int scanLive(const ScanOptions& options) {
   Output output(STDOUT_FILENO);
   MainQueue queue(1.0);
   const Interrupt interrupt(queue);
-  queue.beforeSleeping([&output] { output.flush(); });
+  queue.beforeSleeping([&output, &errors] {
+    output.flush();
+    errors.flush();
+  });
   LiveScan(options, queue, output, errors).run();
-  output.flush();
   return 0;
 }
 
@@ -56,7 +58,6 @@ int scanCapture(const ScanOptions& options) {
   });
   ScanSession session(options, queue, CBManagerState::poweredOn, output, errors);
   Replay(options, *capture, *first, queue, session, progress).run();
-  output.flush();
   progress.clear();
   session.summarize();
   return 0;

@@ -59,21 +59,27 @@ void ScanSession::stop() {
   queue_.drain();
   if (table_.has_value()) {
     table_->print();
+    output_.flush();
+  }
+  for (const std::string& line : withheld_) {
+    errors_.writeLine(line);
   }
 }
 
 void ScanSession::note(const std::string& line) {
-  errors_.writeLine(line);
   if (table_.has_value() && table_->hasScreen()) {
     table_->note(line);
     if (errors_.isTerminal()) {
-      return;  // Written once the screen is given back.
+      withheld_.push_back(line);
+      return;
     }
   }
+  errors_.writeLine(line);
   errors_.flush();
 }
 
 void ScanSession::summarize() {
+  output_.flush();
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - started_;
   const std::chrono::duration<double> scanned = queue_.now();
   std::array<char, 240> line;

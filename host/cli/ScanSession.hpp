@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "host/air/Devices.hpp"
 #include "host/cli/DetectionLine.hpp"
@@ -36,7 +37,7 @@ class ScanSession final : public PhoneObserver {
   /// A line for the user, to `errors`; below the table while that has the screen.
   void note(const std::string& line);
 
-  /// One line on what there was, to `errors`.
+  /// One line on what there was, to `errors`, below all output.
   void summarize();
 
   [[nodiscard]] std::uint64_t advertisementCount() const { return advertisements_; }
@@ -57,6 +58,7 @@ class ScanSession final : public PhoneObserver {
   Messenger messenger_;
   Application application_;
   std::optional<Table> table_;
+  std::vector<std::string> withheld_;  // notes, until the table gives the screen back
   std::uint64_t advertisements_ = 0;
   std::uint64_t detections_ = 0;
   std::chrono::steady_clock::time_point started_ = std::chrono::steady_clock::now();

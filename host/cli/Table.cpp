@@ -27,11 +27,11 @@ constexpr std::string_view kClearBelow = "\033[J";
 constexpr double kInterval = 500e3;
 
 /// What a line takes beside the beacon's identity.
-constexpr std::size_t kOtherColumns = 66;
+constexpr std::size_t kOtherColumns = 62;
 
 std::string heading(std::size_t identityWidth) {
   return fitted("beacon", identityWidth) +
-         "  major/minor    dBm   mean   distance  proximity  detected  s ago";
+         "  major/minor    dBm   mean  distance  proximity  count  s ago";
 }
 
 }  // namespace
@@ -144,7 +144,7 @@ std::string Table::line(const Row& row, std::size_t identityWidth) const {
   };
   const std::chrono::duration<double> ago = queue_.now() - row.last;
   const int size = std::snprintf(
-      columns.data(), columns.size(), "%5s  %5s  %9s  %-9s  %8llu  %5.0f",
+      columns.data(), columns.size(), "%5s  %5s  %8s  %-9s  %5llu  %5.0f",
       strength(row.rssi).c_str(), strength(mean).c_str(), distanceText(row.distance).c_str(),
       row.proximity.c_str(), static_cast<unsigned long long>(row.detections), ago.count());
   return fitted(row.identity, identityWidth) + "  " + fitted(row.numbers, 11) + "  " +

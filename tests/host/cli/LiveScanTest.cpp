@@ -48,7 +48,7 @@ TEST_F(LiveCommand, RangesInFilterModeAndShowsATableInTheEnd) {
       live({"--for", "1.2", "--table", "--filter", "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0//7=Desk"});
   EXPECT_EQ(heard.status, 0) << heard.errors;
   EXPECT_NE(
-      heard.output.find("\nDesk                      1/7            -60    -60     1.14 m  near "),
+      heard.output.find("\nDesk                      1/7            -60    -60    1.14 m  near "),
       std::string::npos)
       << heard.output;
 }

@@ -11,11 +11,11 @@
 namespace nimbrel {
 namespace {
 
-/// A table on a terminal of four lines of 77 characters.
+/// A table on a terminal of four lines of 73 characters.
 class TableOnTerminal : public testing::Test {
  protected:
   TableOnTerminal() {
-    winsize size{4, 77, 0, 0};
+    winsize size{4, 73, 0, 0};
     EXPECT_EQ(openpty(&person, &terminal, nullptr, nullptr, &size), 0);
     output.emplace(terminal);
   }
@@ -54,13 +54,13 @@ TEST_F(TableOnTerminal, FitsItWithTheNearestFirst) {
   queue.runUntil(std::chrono::seconds(1));
   EXPECT_EQ(shown(),
             "\033[H"
-            "beacon      major/minor    dBm   mean   distance  proximity  detected  s ago"
+            "beacon      major/minor    dBm   mean  distance  proximity  count  s ago"
             "\033[K\r\n"
-            "Near        1/7            -50    -50     0.50 m  near              1      1"
+            "Near        1/7            -50    -50    0.50 m  near           1      1"
             "\033[K\r\n"
-            "Far         1/7            -90    -90     9.00 m  near              1      1"
+            "Far         1/7            -90    -90    9.00 m  near           1      1"
             "\033[K\r\n"
-            "and 1 farther away; hci0: is off                                            "
+            "and 1 farther away; hci0: is off                                        "
             "\033[K\033[J");
 }
 
