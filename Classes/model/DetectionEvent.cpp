@@ -50,15 +50,17 @@ std::string_view proximityWord(CLProximity proximity) {
   return "unknown";
 }
 
-std::string_view proximityWord(double distance) {
+CLProximity proximityOf(double distance) {
   if (distance < 0.0) {
-    return "unknown";
+    return CLProximity::unknown;
   }
   if (distance < 0.5) {
-    return "immediate";
+    return CLProximity::immediate;
   }
-  return distance < 4.0 ? "near" : "far";
+  return distance < 4.0 ? CLProximity::near : CLProximity::far;
 }
+
+std::string_view proximityWord(double distance) { return proximityWord(proximityOf(distance)); }
 
 std::int64_t NimbrelPlugin::currentTimestamp() const {
   return timestampFrom(platform.timeIntervalSince1970());

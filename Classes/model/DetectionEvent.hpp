@@ -36,6 +36,9 @@ std::int64_t timestampFrom(double secondsSince1970);
 /// The proximity word of the location service's class: "immediate", "near", "far" or "unknown".
 std::string_view proximityWord(CLProximity proximity);
 
+/// The class of a distance in metres; a negative one is unknown.
+CLProximity proximityOf(double distance);
+
 /// The proximity word of a distance in metres. One that is not a number is far.
 std::string_view proximityWord(double distance);
 

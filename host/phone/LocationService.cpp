@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "Classes/bluetooth/DistanceEstimate.hpp"
+#include "Classes/model/DetectionEvent.hpp"
 #include "host/phone/Notify.hpp"
 
 namespace nimbrel {
@@ -21,16 +22,6 @@ std::uint32_t placeKey(std::uint16_t major, std::uint16_t minor) {
 
 const CLBeaconRegion* asBeaconRegion(const std::shared_ptr<const CLRegion>& region) {
   return dynamic_cast<const CLBeaconRegion*>(region.get());
-}
-
-CLProximity proximityOf(double accuracy) {
-  if (accuracy < 0.0) {
-    return CLProximity::unknown;
-  }
-  if (accuracy < 0.5) {
-    return CLProximity::immediate;
-  }
-  return accuracy < 4.0 ? CLProximity::near : CLProximity::far;
 }
 
 }  // namespace
