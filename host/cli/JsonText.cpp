@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -19,45 +20,52 @@ constexpr bool isPlain(char letter) {
   return static_cast<signed char>(letter) >= 0x20 && letter != '"' && letter != '\\';
 }
 
-/// Whether all of eight characters are plain, looked at in one word: a byte's high bit is set in
-/// `found` where the byte is below a blank, a quotation mark, a backslash or beyond ASCII.
-constexpr bool areEightPlain(std::uint64_t word) {
-  constexpr std::uint64_t ones = 0x0101010101010101U;
-  const std::uint64_t found =
-      (word - ones * 0x20U) | ((word ^ ones * '"') - ones) | ((word ^ ones * '\\') - ones) | word;
-  return (found & ones * 0x80U) == 0;
+/// Sixteen characters that are looked at together (a vector extension that GCC and Clang share).
+using Letters [[gnu::vector_size(16)]] = signed char;
+
+/// Marks the characters that are not plain: all bits of each are set.
+Letters special(Letters letters) { return (letters < 0x20) | (letters == '"') | (letters == '\\'); }
+
+bool anyIn(Letters marks) {
+  const auto halves = std::bit_cast<std::array<std::uint64_t, 2>>(marks);
+  return (halves[0] | halves[1]) != 0;
 }
 
-/// Copies a word from one place to another. Returns it.
+/// Copies what has the size of a `Word` from one place to another. Returns it.
 template <typename Word>
 Word copyWord(char* to, const char* from) {
-  Word word = 0;
+  Word word;
   std::memcpy(&word, from, sizeof word);
   std::memcpy(to, &word, sizeof word);
   return word;
 }
 
-/// Copies `text` to `to` if JSON takes all of it as it is; returns false where it does not. Words
-/// may look twice at the same characters.
+/// Copies `text` to `to` if JSON takes all of it as it is; returns false where it does not. The
+/// last characters are copied with some that were there before, rather than one at a time.
 bool copyPlain(char* to, std::string_view text) {
   const char* letters = text.data();
   const std::size_t size = text.size();
-  if (size >= 8) {
-    for (std::size_t place = 0; place + 8 < size; place += 8) {
-      if (!areEightPlain(copyWord<std::uint64_t>(to + place, letters + place))) {
-        return false;
-      }
+  if (size >= 16) {
+    Letters marks{};
+    for (std::size_t place = 0; place + 16 < size; place += 16) {
+      marks |= special(copyWord<Letters>(to + place, letters + place));
     }
-    return areEightPlain(copyWord<std::uint64_t>(to + size - 8, letters + size - 8));
+    return !anyIn(marks | special(copyWord<Letters>(to + size - 16, letters + size - 16)));
   }
-  if (size >= 4) {
-    return areEightPlain(std::uint64_t{copyWord<std::uint32_t>(to, letters)} << 32U |
-                         copyWord<std::uint32_t>(to + size - 4, letters + size - 4));
+  constexpr std::uint64_t blanks = 0x2020202020202020U;
+  std::array<std::uint64_t, 2> words{blanks, blanks};
+  if (size >= 8) {
+    words = {copyWord<std::uint64_t>(to, letters),
+             copyWord<std::uint64_t>(to + size - 8, letters + size - 8)};
+  } else if (size >= 4) {
+    words[0] = std::uint64_t{copyWord<std::uint32_t>(to, letters)} << 32U |
+               copyWord<std::uint32_t>(to + size - 4, letters + size - 4);
+  } else {
+    for (std::size_t place = 0; place < size; ++place) {
+      words[0] = words[0] << 8U | copyWord<std::uint8_t>(to + place, letters + place);
+    }
   }
-  return std::all_of(text.begin(), text.end(), [&to](char letter) {
-    *to++ = letter;
-    return isPlain(letter);
-  });
+  return !anyIn(special(std::bit_cast<Letters>(words)));
 }
 
 /// A piece of JSON that is put together before it goes into the text in one go.
@@ -79,12 +87,14 @@ class Piece {
   /// Quotes a plain text that is no longer than `longestText`. Returns false, and puts nothing,
   /// where it is another one.
   bool putPlain(std::string_view text) {
-    if (text.size() > longestText || !copyPlain(end_ + 1, text)) {
+    char* const begin = end_;
+    if (text.size() > longestText || !copyPlain(begin + 1, text)) {
       return false;
     }
-    put('"');
-    end_ += text.size();
-    put('"');
+    char* const end = begin + 1 + text.size();
+    *begin = '"';
+    *end = '"';
+    end_ = end + 1;
     return true;
   }
 
@@ -93,11 +103,13 @@ class Piece {
   void put(double number) {
     // Signal strengths and powers are whole nearly always; digits of a whole number come cheap.
     constexpr double wholeDigits = 1e15;
-    if (std::abs(number) < wholeDigits && std::trunc(number) == number &&
-        (number != 0.0 || !std::signbit(number))) {
-      put(static_cast<std::int64_t>(number));
-      putText(".0");
-      return;
+    if (std::abs(number) < wholeDigits && (number != 0.0 || !std::signbit(number))) {
+      const auto whole = static_cast<std::int64_t>(number);
+      if (static_cast<double>(whole) == number) {
+        put(whole);
+        putText(".0");
+        return;
+      }
     }
     if (!std::isfinite(number)) {
       putText("null");
@@ -164,10 +176,8 @@ std::size_t appendSpecial(std::string& out, std::string_view text) {
   return character.size;
 }
 
-void appendText(std::string& out, Piece& piece, std::string_view text) {
-  if (piece.putPlain(text)) {
-    return;
-  }
+/// Quotes a text that is long, or not plain.
+[[gnu::noinline]] void appendOtherText(std::string& out, Piece& piece, std::string_view text) {
   piece.put('"');
   piece.moveTo(out);
   while (!text.empty()) {
@@ -181,6 +191,12 @@ void appendText(std::string& out, Piece& piece, std::string_view text) {
     }
   }
   piece.put('"');
+}
+
+void appendText(std::string& out, Piece& piece, std::string_view text) {
+  if (!piece.putPlain(text)) {
+    appendOtherText(out, piece, text);
+  }
 }
 
 void appendValue(std::string& out, Piece& piece, const EncodableValue& value);

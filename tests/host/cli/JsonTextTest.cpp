@@ -62,7 +62,8 @@ TEST(JsonText, EscapesWhatJsonCannotHoldWhereverItStands) {
       {"\xF0\x9F", "\uFFFD\uFFFD"},
       {std::string(1, '\0'), "\\u0000"},
   };
-  // Texts are looked at in words of eight and four characters: each place in each length counts.
+  // Texts are looked at sixteen, eight and four characters at a time: each place in each length
+  // counts.
   for (std::size_t length = 0; length <= 70; ++length) {
     for (std::size_t place = 0; place <= length; ++place) {
       const auto& [special, escaped] = specials[(length + place) % specials.size()];
