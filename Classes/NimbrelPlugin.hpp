@@ -127,7 +127,7 @@ class NimbrelPlugin final : public FlutterPlugin,
   [[nodiscard]] std::int64_t currentTimestamp() const;
 
   /// Writes one diagnostic line, put together from `parts`.
-  void log(std::initializer_list<std::string_view> parts) const;
+  void log(std::initializer_list<std::string_view> parts) const { platform.print(parts); }
 
   Platform& platform;
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <initializer_list>
 #include <memory>
 #include <string_view>
 
@@ -37,8 +38,8 @@ class Platform {
   /// Runs `task` later on the main thread, after the tasks queued before it. Returns at once.
   virtual void dispatchMainAsync(DispatchTask task) = 0;
 
-  /// Writes one diagnostic line, given whole and without its newline, to the standard output.
-  virtual void print(std::string_view line) = 0;
+  /// Writes one diagnostic line, put together from `parts` and a newline, to the standard output.
+  virtual void print(std::initializer_list<std::string_view> parts) = 0;
 };
 
 }  // namespace nimbrel

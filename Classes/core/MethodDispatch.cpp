@@ -52,12 +52,12 @@ void NimbrelPlugin::handleStartDetection(const FlutterMethodCall& call,
   for (const EncodableMap* map : filterMaps(call.arguments)) {
     if (auto filter = BeaconFilter::from(*map)) {
       currentBeaconFilters.push_back(std::move(*filter));
-      platform.print(currentBeaconFilters.back().description("📍 Added filter: "));
+      log({currentBeaconFilters.back().description("📍 Added filter: ")});
     }
   }
   log({"🎯 Starting detection with ", Decimal(currentBeaconFilters.size()), " filters"});
   for (const BeaconFilter& filter : currentBeaconFilters) {
-    platform.print(filter.description("   - "));
+    log({filter.description("   - ")});
   }
   startDetection(result);
 }

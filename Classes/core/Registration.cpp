@@ -1,6 +1,3 @@
-#include <array>
-#include <cstddef>
-
 #include "Classes/NimbrelPlugin.hpp"
 
 namespace nimbrel {
@@ -24,30 +21,5 @@ void NimbrelPlugin::registerWith(FlutterPluginRegistrar& registrar, const Builde
 }
 
 NimbrelPlugin::NimbrelPlugin(Platform& device) : platform(device) {}
-
-void NimbrelPlugin::log(std::initializer_list<std::string_view> parts) const {
-  if (parts.size() == 1) {
-    platform.print(*parts.begin());
-    return;
-  }
-  std::size_t size = 0;
-  for (const std::string_view part : parts) {
-    size += part.size();
-  }
-  // Nearly every line is short, and then costs no allocation; a label or a name may be of any
-  // length.
-  std::array<char, 256> shortLine;
-  std::string longLine;
-  char* line = shortLine.data();
-  if (size > shortLine.size()) {
-    longLine.resize(size);
-    line = longLine.data();
-  }
-  char* end = line;
-  for (const std::string_view part : parts) {
-    end += part.copy(end, part.size());
-  }
-  platform.print({line, size});
-}
 
 }  // namespace nimbrel

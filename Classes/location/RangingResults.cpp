@@ -29,7 +29,7 @@ void NimbrelPlugin::sendBeaconData(const CLBeacon& beacon, const CLBeaconRegion&
          ", Minor=", Decimal(beacon.minor)});
     return;
   }
-  platform.print(filter->fullDescription("✅ Beacon matches filter: "));
+  log({filter->fullDescription("✅ Beacon matches filter: ")});
 
   // An empty label is a label here: only a missing one gives way to the region's identifier.
   event.identifier = filter->identifier().value_or(region.identifier);

@@ -69,7 +69,7 @@ void NimbrelPlugin::startBeaconMonitoring() {
     for (std::size_t index = 0; index < group.filters.size(); ++index) {
       std::string line("       ");
       line.append(Decimal(index + 1)).append(". ");
-      platform.print(group.filters[index]->fullDescription(std::move(line)));
+      log({group.filters[index]->fullDescription(std::move(line))});
     }
   }
   if (regions.empty()) {

@@ -12,8 +12,9 @@ namespace nimbrel {
 
 namespace {
 
-Phone::Setup setupWith(CBManagerState bluetooth) {
+Phone::Setup setupFor(const ScanOptions& options, CBManagerState bluetooth) {
   Phone::Setup setup;
+  setup.hasConsole = !options.quiet && !options.table;
   setup.bluetooth = bluetooth;
   return setup;
 }
@@ -32,7 +33,7 @@ ScanSession::ScanSession(const ScanOptions& options, MainQueue& queue, CBManager
       output_(output),
       errors_(errors),
       detectionLine_(isColoured(output)),
-      phone_(setupWith(bluetooth), queue, *this),
+      phone_(setupFor(options, bluetooth), queue, *this),
       application_(messenger_, [](const auto& /*reply*/) {}) {}
 
 void ScanSession::start() {
@@ -95,9 +96,6 @@ void ScanSession::summarize() {
 }
 
 void ScanSession::logged(std::string_view line) {
-  if (options_.quiet || options_.table) {
-    return;
-  }
   Output& output = options_.json ? errors_ : output_;
   // Names and labels are somebody else's text: none of it may steer the terminal.
   appendPrintable(output.buffer(), line);

@@ -78,7 +78,7 @@ ssize_t Device::write(void* device, const char* bytes, std::size_t size) {
   std::fwrite(bytes, 1, size, self.console_);
   for (const char byte : std::string_view(bytes, size)) {
     if (byte == '\n') {
-      self.platform.print(self.line_);
+      self.platform.print({self.line_});
       self.line_.clear();
     } else {
       self.line_.push_back(byte);

@@ -13,7 +13,8 @@ Phone::Phone(const Setup& setup, MainQueue& queue, PhoneObserver& observer)
       hasLocationManager_(setup.hasLocationManager),
       clock_(setup.clock),
       location_(setup.location, queue, observer),
-      bluetooth_(setup.bluetooth, queue, observer) {}
+      bluetooth_(setup.bluetooth, queue, observer),
+      hasConsole_(setup.hasConsole) {}
 
 void Phone::setClock(MainQueue::Time sinceEpoch) {
   clock_ = 0.0;
@@ -50,6 +51,15 @@ double Phone::timeIntervalSince1970() const {
 
 void Phone::dispatchMainAsync(DispatchTask task) { queue_.async(std::move(task)); }
 
-void Phone::print(std::string_view line) { observer_.logged(line); }
+void Phone::print(std::initializer_list<std::string_view> parts) {
+  if (!hasConsole_) {
+    return;
+  }
+  line_.clear();
+  for (const std::string_view part : parts) {
+    line_.append(part);
+  }
+  observer_.logged(line_);
+}
 
 }  // namespace nimbrel

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <initializer_list>
 #include <memory>
+#include <string>
 #include <string_view>
 
 #include "host/air/Sighting.hpp"
@@ -24,6 +26,8 @@ class Phone final : public Platform {
     CBManagerState bluetooth = CBManagerState::poweredOn;
     /// The wall clock at the queue's time 0, in seconds since 1970.
     double clock = 1700000000.0;
+    /// Whether anybody reads the diagnostic lines.
+    bool hasConsole = true;
   };
 
   /// Both outlive the phone.
@@ -50,7 +54,7 @@ class Phone final : public Platform {
   [[nodiscard]] OperatingSystemVersion systemVersion() const override;
   [[nodiscard]] double timeIntervalSince1970() const override;
   void dispatchMainAsync(DispatchTask task) override;
-  void print(std::string_view line) override;
+  void print(std::initializer_list<std::string_view> parts) override;
 
  private:
   MainQueue& queue_;
@@ -61,6 +65,8 @@ class Phone final : public Platform {
   MainQueue::Time clockOffset_{};  // and this, counted in whole microseconds, and the queue's time
   LocationService location_;
   BluetoothService bluetooth_;
+  bool hasConsole_;
+  std::string line_;
 };
 
 }  // namespace nimbrel

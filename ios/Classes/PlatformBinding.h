@@ -19,7 +19,7 @@ class PlatformBinding final : public Platform {
   [[nodiscard]] OperatingSystemVersion systemVersion() const override;
   [[nodiscard]] double timeIntervalSince1970() const override;
   void dispatchMainAsync(DispatchTask task) override;
-  void print(std::string_view line) override;
+  void print(std::initializer_list<std::string_view> parts) override;
 
  private:
   __unsafe_unretained ::NimbrelPlugin* receiver_;

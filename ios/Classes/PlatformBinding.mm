@@ -46,8 +46,10 @@ void PlatformBinding::dispatchMainAsync(DispatchTask task) {
   });
 }
 
-void PlatformBinding::print(std::string_view line) {
-  std::fwrite(line.data(), 1, line.size(), stdout);
+void PlatformBinding::print(std::initializer_list<std::string_view> parts) {
+  for (const std::string_view part : parts) {
+    std::fwrite(part.data(), 1, part.size(), stdout);
+  }
   std::fputc('\n', stdout);
 }
 
