@@ -3,7 +3,9 @@
 #include <array>
 #include <chrono>
 #include <compare>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <span>
 
 namespace nimbrel {
@@ -19,6 +21,15 @@ struct DeviceAddress {
   AddressType type = AddressType::randomAddress;
 
   friend auto operator<=>(const DeviceAddress&, const DeviceAddress&) = default;
+};
+
+struct DeviceAddressHash {
+  std::size_t operator()(const DeviceAddress& address) const {
+    std::size_t hash = 0;
+    static_assert(sizeof hash > sizeof address.bytes);
+    std::memcpy(&hash, address.bytes.data(), sizeof address.bytes);
+    return hash << 1U | static_cast<std::size_t>(address.type);
+  }
 };
 
 /// One advertising report, as every source of the air delivers it.

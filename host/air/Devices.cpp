@@ -7,12 +7,6 @@
 namespace nimbrel {
 namespace {
 
-std::uint64_t keyOf(const DeviceAddress& address) {
-  auto key = static_cast<std::uint64_t>(address.type);
-  for (const auto byte : address.bytes) key = key << 8U | byte;
-  return key;
-}
-
 void appendValid(std::string_view text, std::string& valid) {
   while (!text.empty()) {
     const Utf8Character character = decodeUtf8(text);
@@ -26,7 +20,7 @@ void appendValid(std::string_view text, std::string& valid) {
 Sighting Devices::sight(const Advertisement& advertisement) {
   const auto data = AdvertisingData::parse(advertisement.data);
   const bool isScanResponse = advertisement.isScanResponse;
-  Device& device = devices_[keyOf(advertisement.address)];
+  Device& device = devices_[advertisement.address];
 
   takeName(device, data, isScanResponse);
   auto& kept = device.manufacturerData[isScanResponse ? 1 : 0];

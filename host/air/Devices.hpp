@@ -43,8 +43,8 @@ class Devices {
 
   void takeName(Device& device, const AdvertisingData& data, bool isScanResponse);
 
-  std::unordered_map<std::uint64_t, Device> devices_;  // By address and type.
-  std::string cleaned_;                                // Keeps its memory from name to name.
+  std::unordered_map<DeviceAddress, Device, DeviceAddressHash> devices_;
+  std::string cleaned_;  // Keeps its memory from name to name.
 };
 
 }  // namespace nimbrel

@@ -1,7 +1,6 @@
 #include "host/phone/BluetoothService.hpp"
 
 #include <algorithm>
-#include <string_view>
 #include <utility>
 
 #include "host/phone/Notify.hpp"
@@ -12,31 +11,13 @@ namespace {
 
 constexpr MainQueue::Time kDiscoveryInterval = std::chrono::seconds(1);
 
-/// A number that differs, but for a chance of one in 2 to the power of 64, where name or
-/// manufacturer data differ.
-std::size_t hashPayload(const Sighting& sighting) {
-  const std::hash<std::string_view> hash;
-  std::size_t name = 1;
-  if (sighting.name.has_value()) {
-    name = hash(*sighting.name);
-  }
-  std::size_t data = 2;
-  if (sighting.manufacturerData.has_value()) {
-    data = hash({reinterpret_cast<const char*>(sighting.manufacturerData->data()),
-                 sighting.manufacturerData->size()});
-  }
-  return name * 0x9E3779B97F4A7C15U ^ data;
+bool areEqual(const std::optional<std::vector<std::uint8_t>>& kept,
+              const std::optional<std::span<const std::uint8_t>>& heard) {
+  return kept.has_value() == heard.has_value() &&
+         (!kept.has_value() || std::ranges::equal(*kept, *heard));
 }
 
 }  // namespace
-
-std::size_t BluetoothService::AddressHash::operator()(const DeviceAddress& address) const {
-  auto digits = static_cast<std::uint64_t>(address.type);
-  for (const std::uint8_t byte : address.bytes) {
-    digits = digits << 8U | byte;
-  }
-  return digits * 0x9E3779B97F4A7C15U >> 8U;
-}
 
 /// The service as one holder of a central manager sees it.
 class BluetoothService::Manager final : public CBCentralManager {
@@ -108,17 +89,23 @@ void BluetoothService::hear(const Sighting& sighting) {
   }
   const auto [place, isNew] = devices_.try_emplace(sighting.address);
   Device& device = place->second;
-  const std::size_t payloadHash = hashPayload(sighting);
+  const bool isSameName = device.peripheral.name == sighting.name;
+  const bool isSameData = areEqual(device.manufacturerData, sighting.manufacturerData);
   if (isNew) {
     device.peripheral.identifier = peripheralIdentifier(sighting.address);
-  } else if (payloadHash == device.payloadHash &&
-             queue_.now() - device.discovered < kDiscoveryInterval) {
+  } else if (isSameName && isSameData && queue_.now() - device.discovered < kDiscoveryInterval) {
     return;
   }
-  if (device.peripheral.name != sighting.name) {
+  if (!isSameName) {
     device.peripheral.name = sighting.name;
   }
-  device.payloadHash = payloadHash;
+  if (!isSameData) {
+    if (const auto& heard = sighting.manufacturerData) {
+      device.manufacturerData.emplace(heard->begin(), heard->end());
+    } else {
+      device.manufacturerData.reset();
+    }
+  }
   device.discovered = queue_.now();
   CBAdvertisementData data;
   if (sighting.manufacturerData.has_value()) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <unordered_map>
 #include <vector>
 
@@ -45,12 +46,8 @@ class BluetoothService {
 
   struct Device {
     CBPeripheral peripheral;
-    std::size_t payloadHash = 0;
+    std::optional<std::vector<std::uint8_t>> manufacturerData;
     MainQueue::Time discovered{};
-  };
-
-  struct AddressHash {
-    std::size_t operator()(const DeviceAddress& address) const;
   };
 
   MainQueue& queue_;
@@ -58,7 +55,7 @@ class BluetoothService {
   CBManagerState state_;
   bool isScanning_ = false;
   std::vector<Manager*> managers_;
-  std::unordered_map<DeviceAddress, Device, AddressHash> devices_;
+  std::unordered_map<DeviceAddress, Device, DeviceAddressHash> devices_;
 };
 
 /// The identifier of a device as this phone's applications know it: a UUID of version 8 (RFC 9562,
