@@ -33,8 +33,8 @@ const std::span<const std::uint8_t>* manufacturerBytes(const CBAdvertisementData
 
 bool isAdmitted(const CBPeripheral& peripheral, const CBAdvertisementData& data) {
   if (peripheral.name.has_value() && !peripheral.name->empty()) {
-    return namesABeacon(*peripheral.name) ||
-           !std::holds_alternative<std::monostate>(data.manufacturerData);
+    return !std::holds_alternative<std::monostate>(data.manufacturerData) ||
+           namesABeacon(*peripheral.name);
   }
   const auto* bytes = manufacturerBytes(data);
   return bytes != nullptr && !bytes->empty();
