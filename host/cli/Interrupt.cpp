@@ -3,25 +3,33 @@
 #include <atomic>
 #include <csignal>
 
+#include "host/cli/Screen.hpp"
+
 namespace nimbrel {
 
 namespace {
 
 std::atomic<MainQueue*> stoppedBySignal = nullptr;
 
-void stopQueue(int /*signal*/) {
-  if (MainQueue* queue = stoppedBySignal.load()) {
-    queue->stop();
-  }
-}
-
 void handle(void (*handler)(int)) {
   struct sigaction action {};
   action.sa_handler = handler;
-  // A second signal finds the default action.
-  action.sa_flags = static_cast<int>(SA_RESETHAND);
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
+  for (const int signal : {SIGINT, SIGTERM}) {
+    sigaction(signal, &action, nullptr);
+  }
+}
+
+void endAtOnce(int signal) {
+  Screen::giveBackAtOnce();
+  handle(SIG_DFL);
+  raise(signal);
+}
+
+void stopQueue(int /*signal*/) {
+  handle(endAtOnce);
+  if (MainQueue* queue = stoppedBySignal.load()) {
+    queue->stop();
+  }
 }
 
 }  // namespace

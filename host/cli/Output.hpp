@@ -41,6 +41,7 @@ class Output {
 
   void flush();
 
+  [[nodiscard]] int descriptor() const { return descriptor_; }
   [[nodiscard]] bool isTerminal() const;
 
   /// 80 by 24 where the terminal does not tell.

@@ -6,7 +6,6 @@
 #include <cmath>
 #include <cstdio>
 #include <limits>
-#include <system_error>
 
 #include "Classes/model/EncodableAccess.hpp"
 #include "Classes/text/Decimal.hpp"
@@ -16,9 +15,7 @@ namespace nimbrel {
 
 namespace {
 
-// Control sequences of ECMA-48 and, behind the question mark, of the VT100 and xterm.
-constexpr std::string_view kTakeScreen = "\033[?1049h\033[?25l\033[?7l";
-constexpr std::string_view kGiveScreenBack = "\033[?7h\033[?25h\033[?1049l";
+// Control sequences of ECMA-48.
 constexpr std::string_view kHome = "\033[H";
 constexpr std::string_view kClearLine = "\033[K";
 constexpr std::string_view kClearBelow = "\033[J";
@@ -37,26 +34,10 @@ std::string heading(std::size_t identityWidth) {
 }  // namespace
 
 Table::Table(MainQueue& queue, Output& output, std::optional<double> speed)
-    : queue_(queue), output_(output), hasScreen_(speed.has_value() && output.isTerminal()) {
-  if (hasScreen_) {
-    output_.buffer().append(kTakeScreen);
+    : queue_(queue), output_(output) {
+  if (speed.has_value() && output.isTerminal()) {
+    screen_.emplace(output);
     redrawEvery(MainQueue::Time(std::llround(kInterval * *speed)));
-  }
-}
-
-Table::~Table() {
-  try {
-    giveScreenBack();
-  } catch (const std::system_error&) {
-    // There is no terminal any more.
-  }
-}
-
-void Table::giveScreenBack() {
-  if (hasScreen_) {
-    hasScreen_ = false;
-    output_.buffer().append(kGiveScreenBack);
-    output_.flush();
   }
 }
 
@@ -78,7 +59,7 @@ void Table::take(const EncodableMap& event) {
 }
 
 void Table::print() {
-  giveScreenBack();
+  screen_.reset();
   constexpr std::size_t identityWidth = 24;
   output_.writeLine(heading(identityWidth));
   for (const Row* row : nearestFirst()) {
@@ -89,7 +70,7 @@ void Table::print() {
 void Table::redrawEvery(MainQueue::Time interval) {
   redraw();
   queue_.at(queue_.now() + interval, [this, interval] {
-    if (hasScreen_) {
+    if (hasScreen()) {
       redrawEvery(interval);
     }
   });

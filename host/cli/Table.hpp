@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "host/cli/Output.hpp"
+#include "host/cli/Screen.hpp"
 #include "host/phone/MainQueue.hpp"
 #include "platform/Flutter.hpp"
 
@@ -23,12 +24,11 @@ class Table {
   /// `speed` is the pace of the queue's time; absent where that is virtual. Queue and output
   /// outlive the table.
   Table(MainQueue& queue, Output& output, std::optional<double> speed);
-  /// Gives the screen back.
-  ~Table();
   Table(const Table&) = delete;
   Table& operator=(const Table&) = delete;
+  ~Table() = default;
 
-  [[nodiscard]] bool hasScreen() const { return hasScreen_; }
+  [[nodiscard]] bool hasScreen() const { return screen_.has_value(); }
 
   /// A line below the rows, until the next one.
   void note(std::string_view line) { note_ = line; }
@@ -53,13 +53,12 @@ class Table {
 
   void redrawEvery(MainQueue::Time interval);
   void redraw();
-  void giveScreenBack();
   [[nodiscard]] std::vector<const Row*> nearestFirst() const;
   [[nodiscard]] std::string line(const Row& row, std::size_t identityWidth) const;
 
   MainQueue& queue_;
   Output& output_;
-  bool hasScreen_;
+  std::optional<Screen> screen_;
   std::string note_;
   std::map<std::string, Row> rows_;  // by all that identifies a beacon
 };

@@ -1,14 +1,11 @@
 #include <gtest/gtest.h>
-#include <poll.h>
-#include <pty.h>
-#include <unistd.h>
 
-#include <array>
 #include <optional>
 #include <string>
 #include <string_view>
 
 #include "host/cli/Table.hpp"
+#include "tests/support/Terminal.hpp"
 
 namespace nimbrel {
 namespace {
@@ -19,16 +16,6 @@ constexpr std::string_view kFrameEnd = "\033[J";
 /// A table on a terminal of four lines of 73 characters.
 class TableOnTerminal : public testing::Test {
  protected:
-  TableOnTerminal() {
-    winsize size{4, 73, 0, 0};
-    EXPECT_EQ(openpty(&person, &terminal, nullptr, nullptr, &size), 0);
-    output.emplace(terminal);
-  }
-  ~TableOnTerminal() override {
-    close(person);
-    close(terminal);
-  }
-
   static EncodableMap detection(std::string_view label, double rssi, double distance) {
     return {{"identifier", label},  {"uuid", std::string(36, '0')},
             {"majorId", 1},         {"minorId", 7},
@@ -36,38 +23,21 @@ class TableOnTerminal : public testing::Test {
             {"distance", distance}, {"proximity", "near"}};
   }
 
-  /// What the terminal was sent since the last time, at least up to `end`: it hands on in pieces
-  /// what was written at once. Less, where nothing comes for ten seconds.
-  std::string shownWith(std::string_view end) const {
-    std::string text;
-    std::array<char, 4096> piece{};
-    pollfd ready{person, POLLIN, 0};
-    while (text.find(end) == std::string::npos && poll(&ready, 1, 10'000) == 1) {
-      const ssize_t size = read(person, piece.data(), piece.size());
-      if (size <= 0) {
-        break;
-      }
-      text.append(piece.data(), static_cast<std::size_t>(size));
-    }
-    return text;
-  }
-
-  int person = -1;
-  int terminal = -1;
-  std::optional<Output> output;
+  const Terminal terminal{73, 4};
+  Output output{terminal.program()};
   MainQueue queue;
 };
 
 TEST_F(TableOnTerminal, FitsItWithTheNearestFirst) {
-  Table table(queue, *output, 2.0);
-  EXPECT_EQ(shownWith(kFrameEnd).find("\033[?1049h\033[?25l"), 0U);
+  Table table(queue, output, 2.0);
+  EXPECT_EQ(terminal.shownWith(kFrameEnd).find("\033[?1049h\033[?25l"), 0U);
   table.take(detection("Far", -90.0, 9.0));
   table.take(detection("Lost", -70.0, 1.0));
   table.take(detection("Lost", 0.0, -1.0));
   table.take(detection("Near", -50.0, 0.5));
   table.note("hci0: is off");
   queue.runUntil(std::chrono::seconds(1));
-  EXPECT_EQ(shownWith(kFrameEnd),
+  EXPECT_EQ(terminal.shownWith(kFrameEnd),
             "\033[H"
             "beacon      major/minor    dBm   mean  distance  proximity  count  s ago"
             "\033[K\r\n"
@@ -80,18 +50,18 @@ TEST_F(TableOnTerminal, FitsItWithTheNearestFirst) {
 }
 
 TEST_F(TableOnTerminal, GivesTheScreenBackAndStaysPrinted) {
-  std::optional<Table> table(std::in_place, queue, *output, 1.0);
+  std::optional<Table> table(std::in_place, queue, output, 1.0);
   table->take(detection("Desk", -50.0, 0.5));
   table->print();
-  output->flush();
-  const std::string text = shownWith("\nDesk ");
+  output.flush();
+  const std::string text = terminal.shownWith("\nDesk ");
   const auto back = text.find("\033[?7h\033[?25h\033[?1049l");
   EXPECT_NE(back, std::string::npos);
   EXPECT_GT(text.find("\nDesk "), back);
-  table.emplace(queue, *output, 1.0);
-  shownWith(kFrameEnd);
+  table.emplace(queue, output, 1.0);
+  EXPECT_TRUE(terminal.shows(kFrameEnd));
   table.reset();
-  EXPECT_NE(shownWith("\033[?1049l").find("\033[?1049l"), std::string::npos);
+  EXPECT_TRUE(terminal.shows("\033[?1049l"));
 }
 
 }  // namespace
