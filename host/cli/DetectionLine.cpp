@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdio>
 #include <ctime>
+#include <cwchar>
 
 #include "Classes/model/EncodableAccess.hpp"
 #include "Classes/text/Decimal.hpp"
@@ -25,17 +26,26 @@ std::string_view colourOf(std::string_view proximity) {
   return "\033[2m";
 }
 
-std::size_t characterCount(std::string_view text) {
-  std::size_t count = 0;
-  for (; !text.empty(); ++count) {
-    text.remove_prefix(decodeUtf8(text).size);
+/// What a terminal takes for a character: two columns for the wide ones of East Asia, none for an
+/// accent that goes on top of another.
+std::size_t columnsOf(const Utf8Character& character) {
+  const int columns = character.valid ? wcwidth(static_cast<wchar_t>(character.codePoint)) : 1;
+  return columns < 0 ? 1 : static_cast<std::size_t>(columns);
+}
+
+std::size_t columnsOf(std::string_view text) {
+  std::size_t columns = 0;
+  while (!text.empty()) {
+    const Utf8Character character = decodeUtf8(text);
+    columns += columnsOf(character);
+    text.remove_prefix(character.size);
   }
-  return count;
+  return columns;
 }
 
 void appendRightAligned(std::string& out, std::string_view text, std::size_t width) {
-  const std::size_t size = characterCount(text);
-  out.append(width > size ? width - size : 0, ' ').append(text);
+  const std::size_t columns = columnsOf(text);
+  out.append(width > columns ? width - columns : 0, ' ').append(text);
 }
 
 }  // namespace
@@ -98,11 +108,18 @@ void appendPrintable(std::string& out, std::string_view text) {
 }
 
 std::string fitted(std::string_view text, std::size_t width) {
-  const std::size_t size = characterCount(text);
-  if (size > width) {
-    return std::string(firstCharacters(text, width - 1)) + "…";
+  const std::size_t columns = columnsOf(text);
+  if (columns <= width) {
+    return std::string(text).append(width - columns, ' ');
   }
-  return std::string(text).append(width - size, ' ');
+  std::size_t size = 0;
+  std::size_t left = width - 1;
+  for (Utf8Character character = decodeUtf8(text); columnsOf(character) <= left;
+       character = decodeUtf8(text.substr(size))) {
+    left -= columnsOf(character);
+    size += character.size;
+  }
+  return std::string(text.substr(0, size)).append("…").append(left, ' ');
 }
 
 void DetectionLine::appendTime(std::string& out, std::int64_t ts) {

@@ -39,7 +39,8 @@ std::string distanceText(double metres);
 /// as \xNN.
 void appendPrintable(std::string& out, std::string_view text);
 
-/// Fills up, or cuts with an ellipsis, to so many characters.
+/// Fills up, or cuts with an ellipsis, to so many columns of a terminal (1 at least). The program's
+/// locale says how wide a character is.
 std::string fitted(std::string_view text, std::size_t width);
 
 }  // namespace nimbrel

@@ -1,5 +1,6 @@
 #include <unistd.h>
 
+#include <clocale>
 #include <csignal>
 #include <exception>
 #include <iostream>
@@ -56,6 +57,8 @@ int run(int count, char** arguments) {
 int main(int count, char** arguments) {
   // A reader that has had enough is no failure: the write fails with EPIPE instead of a signal.
   std::signal(SIGPIPE, SIG_IGN);
+  // Texts are UTF-8 wherever they come from, and columns count the width of their characters.
+  std::setlocale(LC_CTYPE, "C.UTF-8");
   try {
     return run(count, arguments);
   } catch (const nimbrel::UsageError& error) {

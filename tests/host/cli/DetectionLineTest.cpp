@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <clocale>
 #include <cstdlib>
 #include <ctime>
 #include <limits>
@@ -11,6 +12,7 @@ namespace nimbrel {
 namespace {
 
 std::string lineOf(DetectionEvent event, bool isColoured = false) {
+  setlocale(LC_CTYPE, "C.UTF-8");
   setenv("TZ", "UTC", 1);
   tzset();
   event.ts = 1700000000987;
@@ -33,10 +35,15 @@ TEST(DetectionLine, AlignsItsColumnsWhateverTheyHold) {
   EXPECT_EQ(lineOf(detection("", -60.0, 0.25)),
             "22:13:20.987  C6:55:44:33:22:11         -             -60 dBm     0.25 m  immediate");
   EXPECT_EQ(lineOf(detection("Café 北京\n", 0.0, -1.0)),
-            "22:13:20.987  Café 北京\\x0A               -              silent          ?  unknown");
+            "22:13:20.987  Café 北京\\x0A             -              silent          ?  unknown");
   EXPECT_EQ(lineOf(detection("A name of more than twenty-four letters", -100.0,
                              std::numeric_limits<double>::infinity())),
             "22:13:20.987  A name of more than twe…  -            -100 dBm      >1 km  far");
+  EXPECT_EQ(lineOf(detection("一二三四五六七八九十一二三", -60.0, 0.25)),
+            "22:13:20.987  一二三四五六七八九十一…   -             -60 dBm     0.25 m  immediate");
+  EXPECT_EQ(
+      lineOf(detection("e\u0301tage", -60.0, 0.25)),
+      "22:13:20.987  e\u0301tage                     -             -60 dBm     0.25 m  immediate");
 }
 
 TEST(DetectionLine, ColoursTheProximityOnATerminal) {
