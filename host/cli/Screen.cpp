@@ -54,10 +54,11 @@ void suspend(int signal) {
 }  // namespace
 
 Screen::Screen(Output& output) : output_(output) {
-  output_.buffer().append(kTake);
-  output_.flush();
+  // From its first moment on, the screen is given back by whatever signal comes.
   taken = output_.descriptor();
   handleSuspension(suspend);
+  output_.buffer().append(kTake);
+  output_.flush();
 }
 
 Screen::~Screen() {

@@ -28,30 +28,32 @@ class Terminal {
   /// The descriptor of the program's end.
   [[nodiscard]] int program() const { return program_; }
 
-  /// What was shown since the last time, at least up to `end`: a terminal hands on in pieces what
-  /// was written at once. Less, where nothing comes for ten seconds.
-  [[nodiscard]] std::string shownWith(std::string_view end) const {
-    std::string text;
+  /// What is shown next, up to `end` and with it: a terminal hands on in pieces what was written at
+  /// once. All of it where `end` does not come within ten seconds.
+  std::string shownUpTo(std::string_view end) {
     std::array<char, 4096> piece{};
     pollfd ready{user_, POLLIN, 0};
-    while (text.find(end) == std::string::npos && poll(&ready, 1, 10'000) == 1) {
+    while (shown_.find(end) == std::string::npos && poll(&ready, 1, 10'000) == 1) {
       const ssize_t size = read(user_, piece.data(), piece.size());
       if (size <= 0) {
         break;
       }
-      text.append(piece.data(), static_cast<std::size_t>(size));
+      shown_.append(piece.data(), static_cast<std::size_t>(size));
     }
+    const auto place = shown_.find(end);
+    const auto size = place == std::string::npos ? shown_.size() : place + end.size();
+    std::string text = shown_.substr(0, size);
+    shown_.erase(0, size);
     return text;
   }
 
-  /// Whether `text` is shown within ten seconds.
-  [[nodiscard]] bool shows(std::string_view text) const {
-    return shownWith(text).find(text) != std::string::npos;
-  }
+  /// Whether `text` is shown next, with or without others before it.
+  bool shows(std::string_view text) { return shownUpTo(text).ends_with(text); }
 
  private:
   int user_ = -1;
   int program_ = -1;
+  std::string shown_;
 };
 
 }  // namespace nimbrel

@@ -4,6 +4,8 @@
 
 #include <chrono>
 #include <csignal>
+#include <functional>
+#include <string_view>
 #include <thread>
 
 #include "host/cli/Interrupt.hpp"
@@ -13,35 +15,65 @@
 namespace nimbrel {
 namespace {
 
-TEST(Screen, IsGivenBackWhileSuspendedAndAtASecondInterrupt) {
-  const Terminal terminal(80, 24);
+constexpr std::string_view kTaken = "\033[?1049h";
+constexpr std::string_view kGivenBack = "\033[?1049l";
+
+/// Runs a program as a shell does, in a process group of its own.
+pid_t start(const std::function<void()>& program) {
   const pid_t child = fork();
   if (child == 0) {
-    // A process group of its own can be suspended, whoever runs the tests.
     setpgid(0, 0);
+    program();
+    _exit(127);
+  }
+  return child;
+}
+
+/// The program's status once it has stopped or ended. One that does not in ten seconds is killed.
+int statusOf(pid_t child) {
+  int status = 0;
+  for (int turn = 0; turn < 1000; ++turn) {
+    if (waitpid(child, &status, WUNTRACED | WNOHANG) == child) {
+      return status;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  kill(child, SIGKILL);
+  waitpid(child, &status, 0);
+  return status;
+}
+
+TEST(Screen, IsGivenBackWhileTheCommandIsSuspended) {
+  Terminal terminal(80, 24);
+  const pid_t child = start([&] {
+    dup2(terminal.program(), STDOUT_FILENO);
+    execl(NIMBREL_COMMAND, NIMBREL_COMMAND, "scan", "--table", "--speed", "1", nullptr);
+  });
+  EXPECT_TRUE(terminal.shows(kTaken));
+  kill(child, SIGTSTP);
+  ASSERT_TRUE(WIFSTOPPED(statusOf(child)));
+  EXPECT_TRUE(terminal.shows(kGivenBack));
+  kill(child, SIGCONT);
+  EXPECT_TRUE(terminal.shows(kTaken));
+  kill(child, SIGINT);
+  EXPECT_EQ(statusOf(child), 0);
+  EXPECT_TRUE(terminal.shows(kGivenBack));
+}
+
+TEST(Screen, IsGivenBackAtTheSecondInterruptOfAProgramThatHangs) {
+  Terminal terminal(80, 24);
+  const pid_t child = start([&] {
     MainQueue queue;
     Output output(terminal.program());
     const Interrupt interrupt(queue);
     const Screen screen(output);
-    while (true) {
-      pause();
-    }
-  }
-  EXPECT_TRUE(terminal.shows("\033[?1049h"));
-  int status = 0;
-  kill(child, SIGTSTP);
-  waitpid(child, &status, WUNTRACED);
-  ASSERT_TRUE(WIFSTOPPED(status));
-  EXPECT_TRUE(terminal.shows("\033[?1049l"));
-  kill(child, SIGCONT);
-  EXPECT_TRUE(terminal.shows("\033[?1049h"));
-  // The first one stops the queue, which this program does not look at.
-  while (waitpid(child, &status, WNOHANG) == 0) {
-    kill(child, SIGINT);
-    std::this_thread::sleep_for(std::chrono::milliseconds(10));
-  }
+    kill(getpid(), SIGINT);
+    kill(getpid(), SIGINT);
+  });
+  EXPECT_TRUE(terminal.shows(kTaken));
+  const int status = statusOf(child);
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGINT);
-  EXPECT_TRUE(terminal.shows("\033[?1049l"));
+  EXPECT_TRUE(terminal.shows(kGivenBack));
 }
 
 }  // namespace

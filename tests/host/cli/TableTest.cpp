@@ -23,21 +23,21 @@ class TableOnTerminal : public testing::Test {
             {"distance", distance}, {"proximity", "near"}};
   }
 
-  const Terminal terminal{73, 4};
+  Terminal terminal{73, 4};
   Output output{terminal.program()};
   MainQueue queue;
 };
 
 TEST_F(TableOnTerminal, FitsItWithTheNearestFirst) {
   Table table(queue, output, 2.0);
-  EXPECT_EQ(terminal.shownWith(kFrameEnd).find("\033[?1049h\033[?25l"), 0U);
+  EXPECT_EQ(terminal.shownUpTo(kFrameEnd).find("\033[?1049h\033[?25l"), 0U);
   table.take(detection("Far", -90.0, 9.0));
   table.take(detection("Lost", -70.0, 1.0));
   table.take(detection("Lost", 0.0, -1.0));
   table.take(detection("Near", -50.0, 0.5));
   table.note("hci0: is off");
   queue.runUntil(std::chrono::seconds(1));
-  EXPECT_EQ(terminal.shownWith(kFrameEnd),
+  EXPECT_EQ(terminal.shownUpTo(kFrameEnd),
             "\033[H"
             "beacon      major/minor    dBm   mean  distance  proximity  count  s ago"
             "\033[K\r\n"
@@ -54,7 +54,7 @@ TEST_F(TableOnTerminal, GivesTheScreenBackAndStaysPrinted) {
   table->take(detection("Desk", -50.0, 0.5));
   table->print();
   output.flush();
-  const std::string text = terminal.shownWith("\nDesk ");
+  const std::string text = terminal.shownUpTo("\nDesk ");
   const auto back = text.find("\033[?7h\033[?25h\033[?1049l");
   EXPECT_NE(back, std::string::npos);
   EXPECT_GT(text.find("\nDesk "), back);
