@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <span>
 
 namespace nimbrel {
@@ -25,10 +26,9 @@ struct DeviceAddress {
 
 struct DeviceAddressHash {
   std::size_t operator()(const DeviceAddress& address) const {
-    std::size_t hash = 0;
-    static_assert(sizeof hash > sizeof address.bytes);
-    std::memcpy(&hash, address.bytes.data(), sizeof address.bytes);
-    return hash << 1U | static_cast<std::size_t>(address.type);
+    std::uint64_t digits = 0;
+    std::memcpy(&digits, address.bytes.data(), sizeof address.bytes);
+    return std::hash<std::uint64_t>()(digits << 1U | static_cast<std::uint64_t>(address.type));
   }
 };
 
