@@ -11,7 +11,7 @@
 #include <unordered_map>
 #include <vector>
 
-#include "Classes/bluetooth/AdvertisementDecoding.hpp"
+#include "Classes/bluetooth/BeaconFrame.hpp"
 #include "Classes/model/BeaconFilter.hpp"
 #include "Classes/text/TransparentHash.hpp"
 #include "platform/CoreBluetooth.hpp"
@@ -21,10 +21,10 @@
 
 namespace nimbrel {
 
-/// The plug-in: at once the method-call handler, the stream handler and the delegate of both
-/// managers. All its work runs on the main thread, without a lock. The host framework keeps it
-/// alive through the two channels; managers and queued deliveries do not. Its end stops nothing
-/// and answers nobody.
+/// The plug-in: the method-call handler, the stream handler and the delegate of both managers in
+/// one object. It runs on the main thread only and uses no locks. The host framework keeps it alive
+/// through the two channels; the managers and queued deliveries hold it weakly. Destroying it stops
+/// no detection and answers no pending call.
 class NimbrelPlugin final : public FlutterPlugin,
                             public FlutterStreamHandler,
                             public CLLocationManagerDelegate,
@@ -33,19 +33,19 @@ class NimbrelPlugin final : public FlutterPlugin,
  public:
   // core: registration
 
-  /// Opens both channels on the registrar's messenger, builds the plug-in, makes it the receiver
-  /// of both and gives it its managers. `platform` outlives the plug-in.
+  /// Opens both channels on the registrar's messenger, builds a plug-in, connects it to both and
+  /// gives it its managers. REQUIRES: `platform` outlives the plug-in.
   static void registerWith(FlutterPluginRegistrar& registrar, Platform& platform);
 
-  /// Makes the plug-in, where somebody else than the registration is to own its platform.
+  /// Builds a plug-in. Never returns null.
   using Builder = std::function<std::shared_ptr<NimbrelPlugin>()>;
 
-  /// The same, with the plug-in that `build` makes in its turn. The plug-in's own platform gives it
-  /// its managers.
+  /// The same for a plug-in that `build` makes, for callers that own the platform some other way.
+  /// The platform that the plug-in was built with makes the managers.
   static void registerWith(FlutterPluginRegistrar& registrar, const Builder& build);
 
-  /// A plug-in without managers, as `registerWith` first builds it. `platform` outlives it.
-  explicit NimbrelPlugin(Platform& platform);
+  /// Builds a plug-in without managers. REQUIRES: `device` outlives it.
+  explicit NimbrelPlugin(Platform& device);
 
   // core: event stream
 
@@ -84,7 +84,7 @@ class NimbrelPlugin final : public FlutterPlugin,
                                  double rssi) override;
 
  private:
-  /// When and how strongly a device was last let through by the thinning.
+  /// When a device last passed the thinning, and how strong its signal was.
   struct Detection {
     double timestamp;  // seconds since 1970
     double rssi;       // dBm
@@ -101,9 +101,12 @@ class NimbrelPlugin final : public FlutterPlugin,
 
   void checkPermissionStatus(const FlutterResult& result);
   void requestPermissions(FlutterResult result);
-  /// The permission, read where the running system keeps it. Needs `locationManager` from 14.0 on.
+  /// The current location permission: from 14.0 on the manager's, before that the class-level one.
+  /// REQUIRES: `locationManager` is set, or `asksManagerForAuthorization()` is false.
   [[nodiscard]] CLAuthorizationStatus authorizationStatus() const;
   [[nodiscard]] bool asksManagerForAuthorization() const;
+  /// Whether the permission allows detection: always, or when in use.
+  [[nodiscard]] bool isAuthorized() const;
 
   // location
 
@@ -115,18 +118,26 @@ class NimbrelPlugin final : public FlutterPlugin,
   void startGenericBLEScanning();
   void sendGenericBeaconData(const CBPeripheral& peripheral,
                              const CBAdvertisementData& advertisementData, double rssi);
-  /// Decodes manufacturer data, with a diagnostic line for each step of the way.
+  /// What the manufacturer data of one advertisement holds.
+  struct DecodedAdvertisement {
+    /// The first six bytes in hexadecimal digits, joined by colons; empty if there are fewer.
+    std::string mac;
+    std::optional<BeaconFrame> frame;
+  };
+  /// Decodes manufacturer data and logs each step.
   DecodedAdvertisement decodeManufacturerData(std::span<const std::uint8_t> data,
                                               const std::optional<std::string>& name);
   std::optional<std::string> searchMACPatternInDataSafe(std::span<const std::uint8_t> data);
 
   // model
 
-  /// Queues the delivery of a finished event to whoever listens when its turn comes.
+  /// Queues the delivery of an event. It goes to the sink that is set when the task runs, and is
+  /// dropped if there is none.
   void postDetectionEvent(EncodableMap event);
+  /// The wall clock in milliseconds since 1970.
   [[nodiscard]] std::int64_t currentTimestamp() const;
 
-  /// Writes one diagnostic line, put together from `parts`.
+  /// Writes one diagnostic line, the joined `parts`.
   void log(std::initializer_list<std::string_view> parts) const { platform.print(parts); }
 
   Platform& platform;

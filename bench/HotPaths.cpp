@@ -6,7 +6,7 @@
 #include <utility>
 
 #include "Classes/NimbrelPlugin.hpp"
-#include "Classes/bluetooth/AdvertisementDecoding.hpp"
+#include "Classes/bluetooth/BeaconFrame.hpp"
 #include "Classes/text/UuidText.hpp"
 #include "host/air/AdvertisingData.hpp"
 #include "host/engine/Application.hpp"

@@ -10,11 +10,13 @@ Bluetooth scan of its own, and streams each detection to the application.
   s.authors          = 'Quorvane'
   s.source           = { :path => '.' }
 
-  # A pod takes its sources from the folder of its podspec, and follows no links out of it. The
-  # binding lives here; Classes/PluginSources.cpp includes the sources of the package's Classes/ and
-  # platform/, which the search path below lets it and the binding name from the package's root.
-  s.source_files        = 'Classes/**/*'
-  s.public_header_files = 'Classes/NimbrelPlugin.h'
+  # The same sources as in nimbrel/Package.swift. Of the folders Classes and platform, links to the
+  # package's own, only what PluginSources.cpp includes is compiled.
+  s.source_files        = 'nimbrel/Sources/nimbrel/*.{h,mm,cpp}',
+                          'nimbrel/Sources/nimbrel/include/nimbrel/*.h'
+  s.public_header_files = 'nimbrel/Sources/nimbrel/include/nimbrel/*.h'
+  s.preserve_paths      = 'nimbrel/Sources/nimbrel/{Classes,platform}'
+  s.resource_bundles    = { 'nimbrel_privacy' => ['nimbrel/Sources/nimbrel/PrivacyInfo.xcprivacy'] }
 
   s.platform   = :ios, '13.0'
   s.frameworks = 'CoreBluetooth', 'CoreLocation'
@@ -27,9 +29,7 @@ Bluetooth scan of its own, and streams each detection to the application.
     'DEFINES_MODULE' => 'YES',
     'CLANG_CXX_LANGUAGE_STANDARD' => 'c++20',
     'CLANG_CXX_LIBRARY' => 'libc++',
-    'HEADER_SEARCH_PATHS' => '$(inherited) "${PODS_TARGET_SRCROOT}/.."',
-    # Distances are the same numbers on every machine: no multiplication is fused with an addition.
-    'OTHER_CPLUSPLUSFLAGS' => '$(inherited) -ffp-contract=off',
+    'HEADER_SEARCH_PATHS' => '$(inherited) "${PODS_TARGET_SRCROOT}/nimbrel/Sources/nimbrel"',
     # Flutter's simulator framework has no 32-bit slice.
     'EXCLUDED_ARCHS[sdk=iphonesimulator*]' => 'i386'
   }

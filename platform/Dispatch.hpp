@@ -4,7 +4,7 @@
 
 namespace nimbrel {
 
-/// Work for the main queue. It owns what it captures.
+/// A task for the main queue. It owns what it captures.
 using DispatchTask = std::function<void()>;
 
 }  // namespace nimbrel

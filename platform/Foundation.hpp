@@ -14,13 +14,13 @@ struct UUID {
   friend bool operator==(const UUID&, const UUID&) = default;
 };
 
-/// What a platform service reports of a failure.
+/// A failure that a platform service reports.
 struct NSError {
-  /// One line for a person to read, in UTF-8.
+  /// A sentence for the user, in UTF-8.
   std::string localizedDescription;
 };
 
-/// The version of the running system, compared from the major number down.
+/// The version of the running system. Compares by major, then minor, then patch version.
 struct OperatingSystemVersion {
   std::int64_t majorVersion = 0;
   std::int64_t minorVersion = 0;

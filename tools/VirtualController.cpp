@@ -31,12 +31,12 @@ volatile std::sig_atomic_t wanted = 0;
 class VirtualController {
  public:
   explicit VirtualController(const std::string& capture)
-      : file(capture), device(open("/dev/vhci", O_RDWR | O_CLOEXEC)) {
-    BtSnoop reader(file.bytes(), capture);
+      : file_(capture), device_(open("/dev/vhci", O_RDWR | O_CLOEXEC)) {
+    BtSnoop reader(file_.bytes(), capture);
     for (Packet packet; reader.next(packet);) {
-      constexpr std::uint8_t leMetaEvent = 0x3E;
-      if (packet.kind == Packet::Kind::hciEvent && packet.data[0] == leMetaEvent) {
-        events.push_back(packet);
+      constexpr std::uint8_t kLeMetaEvent = 0x3E;
+      if (packet.kind == Packet::Kind::hciEvent && packet.data[0] == kLeMetaEvent) {
+        events_.push_back(packet);
       }
     }
     if (!send({0xFF, 0x00})) {  // Asks the driver for a primary controller.
@@ -47,16 +47,20 @@ class VirtualController {
   [[noreturn]] void run() {
     while (true) {
       if (wanted != 0) {
-        isLooping = wanted == SIGUSR2;
+        isLooping_ = wanted == SIGUSR2;
         wanted = 0;
-        place = 0;
-        heardFor = {};
+        place_ = 0;
+        heardFor_ = {};
       }
-      pollfd polled{device, POLLIN, 0};
+      pollfd polled{device_, POLLIN, 0};
       const auto before = Clock::now();
-      const int ready = poll(&polled, 1, isScanning && place < events.size() ? 1 : 100);
-      if (isScanning) heardFor += Clock::now() - before;
-      if (ready > 0) answer();
+      const int ready = poll(&polled, 1, isScanning && place_ < events_.size() ? 1 : 100);
+      if (isScanning) {
+        heardFor_ += Clock::now() - before;
+      }
+      if (ready > 0) {
+        answer();
+      }
       play();
     }
   }
@@ -64,41 +68,49 @@ class VirtualController {
  private:
   /// False where the kernel takes none: the adapter is off.
   [[nodiscard]] bool send(const Bytes& packet) const {
-    return write(device, packet.data(), packet.size()) == static_cast<ssize_t>(packet.size());
+    return write(device_, packet.data(), packet.size()) == static_cast<ssize_t>(packet.size());
   }
 
   void play() {
-    while (isScanning && place < events.size() &&
-           events[place].time - events.front().time <= heardFor) {
+    while (isScanning && place_ < events_.size() &&
+           events_[place_].time - events_.front().time <= heardFor_) {
       Bytes packet{0x04};
-      packet.insert(packet.end(), events[place].data.begin(), events[place].data.end());
+      packet.insert(packet.end(), events_[place_].data.begin(), events_[place_].data.end());
       // Blocked, an adapter goes off without a word to its controller.
       isScanning = send(packet);
-      if (++place == events.size() && isLooping) {
-        place = 0;
-        heardFor = {};
+      if (++place_ == events_.size() && isLooping_) {
+        place_ = 0;
+        heardFor_ = {};
       }
     }
   }
 
   void answer() {
     std::array<std::uint8_t, 512> packet{};
-    const auto size = read(device, packet.data(), packet.size());
-    constexpr std::uint8_t command = 0x01;
-    if (size < 4 || packet[0] != command) return;
+    const auto size = read(device_, packet.data(), packet.size());
+    constexpr std::uint8_t kCommand = 0x01;
+    if (size < 4 || packet[0] != kCommand) {
+      return;
+    }
     const auto opcode = static_cast<std::uint16_t>(packet[1] | packet[2] << 8U);
-    constexpr std::uint16_t setScanEnable = 0x200C;
-    constexpr std::uint16_t setExtendedScanEnable = 0x2042;
-    if (opcode == setScanEnable || opcode == setExtendedScanEnable) isScanning = packet[4] != 0;
-    if (opcode == 0x0C03) isScanning = false;  // Reset.
+    constexpr std::uint16_t kSetScanEnable = 0x200C;
+    constexpr std::uint16_t kSetExtendedScanEnable = 0x2042;
+    if (opcode == kSetScanEnable || opcode == kSetExtendedScanEnable) {
+      isScanning = packet[4] != 0;
+    }
+    if (opcode == 0x0C03) {
+      isScanning = false;  // Reset.
+    }
 
     Bytes parameters{0x01, packet[1], packet[2], 0x00};
-    if (const auto found = returned.find(opcode); found != returned.end()) {
+    if (const auto found = returned_.find(opcode); found != returned_.end()) {
       parameters.insert(parameters.end(), found->second.begin(), found->second.end());
     }
     Bytes complete{0x04, 0x0E, static_cast<std::uint8_t>(parameters.size())};
     complete.insert(complete.end(), parameters.begin(), parameters.end());
-    if (!send(complete)) isScanning = false;
+    if (!send(complete)) {
+      isScanning = false;
+    }
   }
 
   /// Which commands there are, beyond those that have to be: the two of the extended scan.
@@ -109,7 +121,7 @@ class VirtualController {
   }
 
   /// What commands return beside the status of success.
-  const std::map<std::uint16_t, Bytes> returned{
+  const std::map<std::uint16_t, Bytes> returned_{
       {0x1001, {0x0B, 0, 0, 0x0B, 0xF1, 0x05, 0, 0}},  // Version 5.2.
       {0x1002, commands()},
       {0x1003, {0, 0, 0, 0, 0x60, 0, 0, 0}},                 // LE, and no BR/EDR.
@@ -120,13 +132,13 @@ class VirtualController {
       {0x201C, {0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x03, 0, 0}},  // States.
   };
 
-  MappedFile file;
-  int device;
-  std::vector<Packet> events;
-  std::size_t place = SIZE_MAX;
+  MappedFile file_;
+  int device_;
+  std::vector<Packet> events_;
+  std::size_t place_ = SIZE_MAX;
   bool isScanning = false;
-  bool isLooping = false;
-  Clock::duration heardFor{};
+  bool isLooping_ = false;
+  Clock::duration heardFor_{};
 };
 
 }  // namespace

@@ -272,7 +272,7 @@ def main():
     made = parser.add_subparsers(dest="made", required=True)
     walk = made.add_parser("recording", help="a walk of three minutes past beacons")
     walk.add_argument("file", nargs="?", type=pathlib.Path,
-                      default=pathlib.Path(__file__).parent.parent / "examples" / "walk.btsnoop")
+                      default=pathlib.Path(__file__).parent.parent / "example" / "walk.btsnoop")
     piece = made.add_parser("clip", help="a piece of that walk")
     piece.add_argument("file", type=pathlib.Path)
     piece.add_argument("begin", type=float, metavar="FROM")

@@ -1,7 +1,5 @@
-#include "Classes/bluetooth/AdvertisementDecoding.hpp"
-
-#include <algorithm>
 #include <array>
+#include <utility>
 
 #include "Classes/NimbrelPlugin.hpp"
 #include "Classes/text/Decimal.hpp"
@@ -9,60 +7,22 @@
 
 namespace nimbrel {
 
-namespace frames {
-
-namespace {
-
-std::optional<BeaconFrame> frameMarked(std::span<const std::uint8_t> data,
-                                       std::uint16_t companyIdentifier, std::uint8_t first,
-                                       std::uint8_t second) {
-  if (data.size() < size || company(data) != companyIdentifier || data[2] != first ||
-      data[3] != second) {
-    return std::nullopt;
-  }
-  const auto bigEndian = [data](std::size_t offset) {
-    return static_cast<std::uint16_t>(data[offset] << 8U | data[offset + 1]);
-  };
-  BeaconFrame frame;
-  std::copy_n(data.begin() + 4, frame.uuid.bytes.size(), frame.uuid.bytes.begin());
-  frame.major = bigEndian(20);
-  frame.minor = bigEndian(22);
-  frame.measuredPower = static_cast<std::int8_t>(data[24]);
-  return frame;
-}
-
-}  // namespace
-
-std::uint16_t company(std::span<const std::uint8_t> data) {
-  return static_cast<std::uint16_t>(data[0] | data[1] << 8U);
-}
-
-std::optional<BeaconFrame> iBeacon(std::span<const std::uint8_t> data) {
-  return frameMarked(data, appleCompany, 0x02, 0x15);
-}
-
-std::optional<BeaconFrame> altBeacon(std::span<const std::uint8_t> data) {
-  return frameMarked(data, altBeaconCompany, 0xBE, 0xAC);
-}
-
-}  // namespace frames
-
 std::optional<std::string> NimbrelPlugin::searchMACPatternInDataSafe(
     std::span<const std::uint8_t> data) {
-  constexpr std::size_t macSize = 6;
-  if (data.size() < macSize) {
+  constexpr std::size_t kMacSize = 6;
+  if (data.size() < kMacSize) {
     return std::nullopt;
   }
-  std::string mac(macSize * 3 - 1, ':');
-  for (std::size_t index = 0; index < macSize; ++index) {
+  std::string mac(kMacSize * 3 - 1, ':');
+  for (std::size_t index = 0; index < kMacSize; ++index) {
     appendHexByte(mac.data() + index * 3, data[index]);
   }
   log({"       - MAC candidate found in position 0: ", mac});
   return mac;
 }
 
-DecodedAdvertisement NimbrelPlugin::decodeManufacturerData(std::span<const std::uint8_t> data,
-                                                           const std::optional<std::string>& name) {
+NimbrelPlugin::DecodedAdvertisement NimbrelPlugin::decodeManufacturerData(
+    std::span<const std::uint8_t> data, const std::optional<std::string>& name) {
   DecodedAdvertisement decoded;
   if (auto mac = searchMACPatternInDataSafe(data)) {
     decoded.mac = std::move(*mac);
@@ -83,7 +43,7 @@ DecodedAdvertisement NimbrelPlugin::decodeManufacturerData(std::span<const std::
                 static_cast<std::uint8_t>(company & 0xFFU));
   log({"   - Company ID: 0x", {companyText.data(), companyText.size()}});
 
-  if (company == frames::appleCompany && data.size() >= frames::size) {
+  if (company == frames::kAppleCompany && data.size() >= frames::kSize) {
     log({"   🍎 Trying to parse as Apple iBeacon"});
     decoded.frame = frames::iBeacon(data);
     if (decoded.frame.has_value()) {
@@ -95,7 +55,7 @@ DecodedAdvertisement NimbrelPlugin::decodeManufacturerData(std::span<const std::
       log({"   - TX Power: ", Decimal(decoded.frame->measuredPower), ".0"});
       return decoded;
     }
-  } else if (company == frames::altBeaconCompany && data.size() >= frames::size) {
+  } else if (company == frames::kAltBeaconCompany && data.size() >= frames::kSize) {
     log({"   🔵 Trying to parse as AltBeacon"});
     decoded.frame = frames::altBeacon(data);
     if (decoded.frame.has_value()) {

@@ -2,9 +2,9 @@
 
 namespace nimbrel {
 
-/// The distance in metres at which a beacon of `txPower` dBm at one metre is received with `rssi`
-/// dBm; -1.0 where `rssi` is 0 and nothing can be said. The curve was fitted to readings of a
-/// phone: a power of the ratio below one metre, another beyond.
+/// Estimates the distance in metres of a beacon received with `rssi` dBm, where `txPower` dBm would
+/// be received at one metre. Returns -1.0 for an `rssi` of 0, which means that it is not known. The
+/// curve is an empirical fit: one power of the ratio of the two below one metre, another above.
 double estimateDistance(double rssi, double txPower);
 
 }  // namespace nimbrel

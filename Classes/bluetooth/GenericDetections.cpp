@@ -1,9 +1,8 @@
-#include <algorithm>
-#include <array>
 #include <cmath>
 #include <utility>
 
 #include "Classes/NimbrelPlugin.hpp"
+#include "Classes/bluetooth/Admission.hpp"
 #include "Classes/bluetooth/DistanceEstimate.hpp"
 #include "Classes/model/DetectionEvent.hpp"
 #include "Classes/text/UuidText.hpp"
@@ -12,32 +11,8 @@ namespace nimbrel {
 
 namespace {
 
-/// The words that admit a device by its name, in lower case.
-constexpr std::array<std::string_view, 4> kNameWords = {"beacon", "estimote", "kontakt", "gimbal"};
-
-/// Whether `name` holds one of the words in any mix of case. They are ASCII, so lower-casing the
-/// ASCII letters finds all of them.
-bool namesABeacon(std::string_view name) {
-  const auto equals = [](char letter, char wanted) {
-    return (letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter) ==
-           wanted;
-  };
-  return std::any_of(kNameWords.begin(), kNameWords.end(), [&](std::string_view word) {
-    return std::search(name.begin(), name.end(), word.begin(), word.end(), equals) != name.end();
-  });
-}
-
 const std::span<const std::uint8_t>* manufacturerBytes(const CBAdvertisementData& data) {
   return std::get_if<std::span<const std::uint8_t>>(&data.manufacturerData);
-}
-
-bool isAdmitted(const CBPeripheral& peripheral, const CBAdvertisementData& data) {
-  if (peripheral.name.has_value() && !peripheral.name->empty()) {
-    return !std::holds_alternative<std::monostate>(data.manufacturerData) ||
-           namesABeacon(*peripheral.name);
-  }
-  const auto* bytes = manufacturerBytes(data);
-  return bytes != nullptr && !bytes->empty();
 }
 
 }  // namespace

@@ -8,9 +8,7 @@ void NimbrelPlugin::startDetection(const FlutterResult& result) {
     result(false);
     return;
   }
-  const CLAuthorizationStatus status = authorizationStatus();
-  if (status != CLAuthorizationStatus::authorizedAlways &&
-      status != CLAuthorizationStatus::authorizedWhenInUse) {
+  if (!isAuthorized()) {
     result(false);
     return;
   }

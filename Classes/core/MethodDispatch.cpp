@@ -8,8 +8,8 @@ namespace nimbrel {
 
 namespace {
 
-/// The filter maps of a start request, in their order. One element of another kind makes the whole
-/// list count as missing.
+/// The filter maps of a start request, in list order. If one element is not a map with text keys,
+/// the whole list counts as missing.
 std::vector<const EncodableMap*> filterMaps(const std::optional<EncodableValue>& arguments) {
   const EncodableMap* map = arguments.has_value() ? textKeyedMap(*arguments) : nullptr;
   const auto* list = map != nullptr ? valueFor<EncodableList>(*map, "filters") : nullptr;

@@ -1,3 +1,5 @@
+#include <cassert>
+
 #include "Classes/NimbrelPlugin.hpp"
 
 namespace nimbrel {
@@ -10,6 +12,7 @@ void NimbrelPlugin::registerWith(FlutterPluginRegistrar& registrar, const Builde
   const auto methods = registrar.messenger().methodChannelWithName("com.quorvane.nimbrel/methods");
   const auto events = registrar.messenger().eventChannelWithName("com.quorvane.nimbrel/events");
   const auto plugin = build();
+  assert(plugin != nullptr);
   registrar.addMethodCallDelegate(plugin, *methods);
   events->setStreamHandler(plugin);
   plugin->locationManager = plugin->platform.makeLocationManager();

@@ -31,7 +31,7 @@ void NimbrelPlugin::sendBeaconData(const CLBeacon& beacon, const CLBeaconRegion&
   }
   log({filter->fullDescription("✅ Beacon matches filter: ")});
 
-  // An empty label is a label here: only a missing one gives way to the region's identifier.
+  // Unlike in the region set-up, an empty label counts as a label here.
   event.identifier = filter->identifier().value_or(region.identifier);
   event.uuid = uuid;
   event.majorId = beacon.major;

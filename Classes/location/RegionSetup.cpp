@@ -9,13 +9,14 @@ namespace nimbrel {
 
 namespace {
 
-/// The filters of one UUID text, in list order.
+/// The filters with one UUID text, in list order.
 struct FilterGroup {
   std::string_view uuid;
   std::vector<const BeaconFilter*> filters;
 };
 
-/// The groups in the order in which their UUIDs first appear, so that a run can be foretold.
+/// Groups filters by UUID text, in the order in which the texts first appear: the same filters
+/// always give the same regions in the same order.
 std::vector<FilterGroup> groupByUuid(const std::vector<BeaconFilter>& filters) {
   std::vector<FilterGroup> groups;
   std::unordered_map<std::string_view, std::size_t> places;
@@ -41,6 +42,41 @@ std::string regionIdentifier(const FilterGroup& group) {
   return identifier;
 }
 
+CLBeaconRegion makeRegion(const UUID& uuid, const FilterGroup& group) {
+  CLBeaconRegion region(uuid, regionIdentifier(group));
+  region.notifyOnEntry = true;
+  region.notifyOnExit = true;
+  region.notifyEntryStateOnDisplay = true;
+  return region;
+}
+
+void logRegion(const CLBeaconRegion& region, const FilterGroup& group, Platform& platform) {
+  platform.print({"   📍 Región creada:"});
+  platform.print({"     - UUID: ", group.uuid});
+  platform.print({"     - Identifier: ", region.identifier});
+  platform.print({"     - Filtros asociados: ", Decimal(group.filters.size())});
+  for (std::size_t index = 0; index < group.filters.size(); ++index) {
+    std::string line("       ");
+    line.append(Decimal(index + 1)).append(". ");
+    platform.print({group.filters[index]->fullDescription(std::move(line))});
+  }
+}
+
+/// Makes and logs a region for each group, leaving out those whose text is not a UUID.
+std::vector<CLBeaconRegion> makeRegions(const std::vector<FilterGroup>& groups,
+                                        Platform& platform) {
+  std::vector<CLBeaconRegion> regions;
+  for (const FilterGroup& group : groups) {
+    if (const std::optional<UUID> uuid = parseUuid(group.uuid)) {
+      regions.push_back(makeRegion(*uuid, group));
+      logRegion(regions.back(), group, platform);
+    } else {
+      platform.print({"UUID invalid: ", group.uuid});
+    }
+  }
+  return regions;
+}
+
 }  // namespace
 
 void NimbrelPlugin::startBeaconMonitoring() {
@@ -50,38 +86,15 @@ void NimbrelPlugin::startBeaconMonitoring() {
   }
   const std::vector<FilterGroup> groups = groupByUuid(currentBeaconFilters);
   log({"🍎 Setting up monitoring for ", Decimal(groups.size()), " Unique UUIDs"});
-
-  std::vector<CLBeaconRegion> regions;
-  for (const FilterGroup& group : groups) {
-    const std::optional<UUID> uuid = parseUuid(group.uuid);
-    if (!uuid.has_value()) {
-      log({"UUID invalid: ", group.uuid});
-      continue;
-    }
-    CLBeaconRegion& region = regions.emplace_back(*uuid, regionIdentifier(group));
-    region.notifyOnEntry = true;
-    region.notifyOnExit = true;
-    region.notifyEntryStateOnDisplay = true;
-    log({"   📍 Región creada:"});
-    log({"     - UUID: ", group.uuid});
-    log({"     - Identifier: ", region.identifier});
-    log({"     - Filtros asociados: ", Decimal(group.filters.size())});
-    for (std::size_t index = 0; index < group.filters.size(); ++index) {
-      std::string line("       ");
-      line.append(Decimal(index + 1)).append(". ");
-      log({group.filters[index]->fullDescription(std::move(line))});
-    }
-  }
+  const std::vector<CLBeaconRegion> regions = makeRegions(groups, platform);
   if (regions.empty()) {
     log({"No valid beacon regions could be created"});
     return;
   }
-
   for (const CLBeaconRegion& region : regions) {
     locationManager->startMonitoringFor(region);
-    const CLAuthorizationStatus status = authorizationStatus();
-    if (status == CLAuthorizationStatus::authorizedAlways ||
-        status == CLAuthorizationStatus::authorizedWhenInUse) {
+    // Read again for each region: the permission may change during the set-up.
+    if (isAuthorized()) {
       locationManager->startRangingBeaconsIn(region);
     }
   }

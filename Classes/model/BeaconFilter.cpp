@@ -14,8 +14,8 @@ std::optional<BeaconFilter> BeaconFilter::from(const EncodableMap& map) {
   }
   BeaconFilter filter;
   filter.uuid_ = upperCased(*uuid);
-  filter.majorId_ = integerFor(map, "majorId").value_or(any);
-  filter.minorId_ = integerFor(map, "minorId").value_or(any);
+  filter.majorId_ = integerFor(map, "majorId").value_or(kAny);
+  filter.minorId_ = integerFor(map, "minorId").value_or(kAny);
   if (const auto* identifier = valueFor<std::string>(map, "identifier")) {
     filter.identifier_ = *identifier;
   }
@@ -24,8 +24,8 @@ std::optional<BeaconFilter> BeaconFilter::from(const EncodableMap& map) {
 
 bool BeaconFilter::accepts(std::string_view uuidText, std::int64_t major,
                            std::int64_t minor) const {
-  return uuid_ == uuidText && (majorId_ == any || majorId_ == major) &&
-         (minorId_ == any || minorId_ == minor);
+  return uuid_ == uuidText && (majorId_ == kAny || majorId_ == major) &&
+         (minorId_ == kAny || minorId_ == minor);
 }
 
 std::string BeaconFilter::description(std::string line) const {
@@ -33,10 +33,10 @@ std::string BeaconFilter::description(std::string line) const {
     return std::move(line.append(*identifier_));
   }
   line.append("UUID: ").append(firstCharacters(uuid_, 8)).append("...");
-  if (majorId_ != any) {
+  if (majorId_ != kAny) {
     line.append(" Major:").append(Decimal(majorId_));
   }
-  if (minorId_ != any) {
+  if (minorId_ != kAny) {
     line.append(" Minor:").append(Decimal(minorId_));
   }
   return line;
@@ -47,10 +47,10 @@ std::string BeaconFilter::fullDescription(std::string line) const {
     line.append("Identifier: ").append(*identifier_).append(", ");
   }
   line.append("UUID: ").append(uuid_);
-  if (majorId_ != any) {
+  if (majorId_ != kAny) {
     line.append(", Major: ").append(Decimal(majorId_));
   }
-  if (minorId_ != any) {
+  if (minorId_ != kAny) {
     line.append(", Minor: ").append(Decimal(minorId_));
   }
   return line;

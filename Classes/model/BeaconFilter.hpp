@@ -9,43 +9,45 @@
 
 namespace nimbrel {
 
-/// Which iBeacons the application wants to hear about: those of one proximity UUID, if need be of
-/// one major and one minor. An unchangeable value.
+/// Selects the iBeacons that the application wants to detect: one proximity UUID, optionally
+/// narrowed to one major and one minor. An immutable value.
 class BeaconFilter {
  public:
-  /// Stands for any major or any minor.
-  static constexpr std::int64_t any = -1;
+  /// The major or minor that accepts every value.
+  static constexpr std::int64_t kAny = -1;
 
-  /// The filter that a map of the application describes, or absent where it holds no text under
-  /// "uuid". "majorId", "minorId" and "identifier" of another kind count as missing.
+  /// Builds a filter from the keys "uuid" (text), "majorId", "minorId" (integers) and "identifier"
+  /// (text) of a map that the application sent. Absent if "uuid" is missing or not a text; the
+  /// other keys count as missing if their value is of another kind.
   static std::optional<BeaconFilter> from(const EncodableMap& map);
 
-  /// In upper case; otherwise as the application sent it, be it a UUID or not.
+  /// The text that the application sent, in upper case. It need not be a UUID.
   [[nodiscard]] const std::string& uuid() const { return uuid_; }
   [[nodiscard]] std::int64_t majorId() const { return majorId_; }
   [[nodiscard]] std::int64_t minorId() const { return minorId_; }
-  /// The application's label; an empty one is present.
+  /// The application's label. It may be present and empty.
   [[nodiscard]] const std::optional<std::string>& identifier() const { return identifier_; }
 
+  /// Whether there is a label that is not empty.
   [[nodiscard]] bool hasLabel() const { return identifier_.has_value() && !identifier_->empty(); }
 
-  /// Whether the filter accepts a beacon; `uuidText` is upper-case UUID text.
+  /// Whether the filter accepts a beacon. REQUIRES: `uuidText` is in upper case.
   [[nodiscard]] bool accepts(std::string_view uuidText, std::int64_t major,
                              std::int64_t minor) const;
 
-  /// A short text for diagnostic lines, appended to `line`: the label, or what there is of the
-  /// rest.
+  /// Appends a short text for diagnostic lines to `line`: the label if there is one, otherwise the
+  /// first 8 characters of the UUID, the major and the minor.
   [[nodiscard]] std::string description(std::string line = {}) const;
 
-  /// A long text for diagnostic lines, appended to `line`: all that the filter holds.
+  /// Appends a long text for diagnostic lines to `line`: label, UUID, major and minor.
   [[nodiscard]] std::string fullDescription(std::string line = {}) const;
 
  private:
   BeaconFilter() = default;
 
   std::string uuid_;
-  std::int64_t majorId_ = any;
-  std::int64_t minorId_ = any;
+  std::int64_t majorId_ = kAny;
+  std::int64_t minorId_ = kAny;
   std::optional<std::string> identifier_;
 };
 

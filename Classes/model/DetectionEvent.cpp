@@ -3,8 +3,6 @@
 #include <limits>
 #include <utility>
 
-#include "Classes/NimbrelPlugin.hpp"
-
 namespace nimbrel {
 
 EncodableMap DetectionEvent::toMap() && {
@@ -26,11 +24,11 @@ EncodableMap DetectionEvent::toMap() && {
 
 std::int64_t timestampFrom(double secondsSince1970) {
   const double milliseconds = secondsSince1970 * 1000.0;
-  constexpr double limit = 9223372036854775808.0;  // 2 to the power of 63
-  if (!(milliseconds > -limit)) {
+  constexpr double kLimit = 9223372036854775808.0;  // 2 to the power of 63
+  if (!(milliseconds > -kLimit)) {
     return std::numeric_limits<std::int64_t>::min();
   }
-  if (milliseconds >= limit) {
+  if (milliseconds >= kLimit) {
     return std::numeric_limits<std::int64_t>::max();
   }
   return static_cast<std::int64_t>(milliseconds);
@@ -61,20 +59,5 @@ CLProximity proximityOf(double distance) {
 }
 
 std::string_view proximityWord(double distance) { return proximityWord(proximityOf(distance)); }
-
-std::int64_t NimbrelPlugin::currentTimestamp() const {
-  return timestampFrom(platform.timeIntervalSince1970());
-}
-
-void NimbrelPlugin::postDetectionEvent(EncodableMap event) {
-  platform.dispatchMainAsync([weak = weak_from_this(), map = std::move(event)]() mutable {
-    const std::shared_ptr<NimbrelPlugin> plugin = weak.lock();
-    if (plugin != nullptr && plugin->eventSink) {
-      // A copy, because the application may stop listening while it takes the event.
-      const FlutterEventSink sink = plugin->eventSink;
-      sink(EncodableValue(std::move(map)));
-    }
-  });
-}
 
 }  // namespace nimbrel

@@ -9,13 +9,13 @@
 
 namespace nimbrel {
 
-/// The power in dBm that a beacon is taken to have at one metre where its frame does not say.
+/// The measured power in dBm at one metre that is assumed if no frame states one.
 inline constexpr double kDefaultTxPower = -59.0;
 
-/// One detection, as the application receives it.
+/// One detection, as the application receives it. The defaults stand for values that are not known.
 struct DetectionEvent {
   std::int64_t ts = 0;     // milliseconds since 1970-01-01 00:00:00 UTC
-  std::string identifier;  // of the source: a label, a region or a device
+  std::string identifier;  // a filter's label, or the identifier of a region or a device
   std::string uuid;        // UUID text
   std::int64_t majorId = -1;
   std::int64_t minorId = -1;
@@ -23,23 +23,24 @@ struct DetectionEvent {
   std::string mac;
   double rssi = 0.0;                 // dBm
   double txPower = kDefaultTxPower;  // dBm at one metre
-  double distance = -1.0;            // metres; negative where it is unknown
+  double distance = -1.0;            // metres; negative if not known
   std::string_view proximity;        // a proximity word
 
-  /// The map that goes over the event channel: eleven keys, none of them null.
+  /// The map that goes over the event channel: always all eleven keys, no null values.
   [[nodiscard]] EncodableMap toMap() &&;
 };
 
-/// Milliseconds since 1970 of a wall-clock reading in seconds, rounded toward zero.
+/// Converts a wall-clock reading in seconds since 1970 to milliseconds, rounded toward zero. What
+/// 64 bits cannot hold becomes the nearest value that they can; not a number becomes the lowest.
 std::int64_t timestampFrom(double secondsSince1970);
 
-/// The proximity word of the location service's class: "immediate", "near", "far" or "unknown".
+/// The word for a proximity class: "immediate", "near", "far" or, for every other value, "unknown".
 std::string_view proximityWord(CLProximity proximity);
 
-/// The class of a distance in metres; a negative one is unknown.
+/// The proximity class of a distance in metres. A negative one is unknown, not a number is far.
 CLProximity proximityOf(double distance);
 
-/// The proximity word of a distance in metres. One that is not a number is far.
+/// The word for the proximity class of a distance in metres.
 std::string_view proximityWord(double distance);
 
 }  // namespace nimbrel

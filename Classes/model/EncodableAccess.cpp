@@ -28,9 +28,10 @@ std::optional<std::int64_t> integerFor(const EncodableMap& map, std::string_view
   if (const auto* integer = valueFor<std::int64_t>(map, key)) {
     return *integer;
   }
-  constexpr double limit = 9223372036854775808.0;  // 2 to the power of 63
+  constexpr double kLimit = 9223372036854775808.0;  // 2 to the power of 63
   const auto* number = valueFor<double>(map, key);
-  if (number != nullptr && *number >= -limit && *number < limit && std::trunc(*number) == *number) {
+  if (number != nullptr && *number >= -kLimit && *number < kLimit &&
+      std::trunc(*number) == *number) {
     return static_cast<std::int64_t>(*number);
   }
   return std::nullopt;

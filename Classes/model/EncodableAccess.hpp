@@ -8,21 +8,22 @@
 
 namespace nimbrel {
 
-/// The map that `value` holds, if it holds one whose keys are all text; otherwise null.
+/// Returns the map in `value`, or null if there is none or one of its keys is not a text. Valid as
+/// long as `value` is.
 const EncodableMap* textKeyedMap(const EncodableValue& value);
 
-/// The value under a text key, or null where there is none.
+/// Returns the value of a text key, or null if there is none. Valid as long as `map` is.
 const EncodableValue* valueFor(const EncodableMap& map, std::string_view key);
 
-/// The value of kind `T` under a text key, or null where there is none of that kind.
+/// The same for values of type `T`: also null if the value is of another type.
 template <typename T>
 const T* valueFor(const EncodableMap& map, std::string_view key) {
   const EncodableValue* value = valueFor(map, key);
   return value == nullptr ? nullptr : std::get_if<T>(value);
 }
 
-/// The number under a text key, if it converts to 64 bits without loss: an integer, or a
-/// floating-point number that is whole and in range. A boolean is no number.
+/// Returns the value of a text key if it converts to a 64-bit integer without loss: an integer, or
+/// a floating-point number that is whole and in range. A boolean does not count as a number.
 std::optional<std::int64_t> integerFor(const EncodableMap& map, std::string_view key);
 
 }  // namespace nimbrel

@@ -1,3 +1,4 @@
+#include <cassert>
 #include <utility>
 
 #include "Classes/NimbrelPlugin.hpp"
@@ -9,8 +10,15 @@ bool NimbrelPlugin::asksManagerForAuthorization() const {
 }
 
 CLAuthorizationStatus NimbrelPlugin::authorizationStatus() const {
+  assert(locationManager != nullptr || !asksManagerForAuthorization());
   return asksManagerForAuthorization() ? locationManager->authorizationStatus()
                                        : platform.authorizationStatus();
+}
+
+bool NimbrelPlugin::isAuthorized() const {
+  const CLAuthorizationStatus status = authorizationStatus();
+  return status == CLAuthorizationStatus::authorizedAlways ||
+         status == CLAuthorizationStatus::authorizedWhenInUse;
 }
 
 void NimbrelPlugin::checkPermissionStatus(const FlutterResult& result) {
@@ -40,11 +48,12 @@ void NimbrelPlugin::requestPermissions(FlutterResult result) {
     result(false);
     return;
   }
-  // Whatever the answer is, an earlier request that still waits gets none: one call, one answer.
+  // A request that is still waiting is dropped without an answer, even if this one is answered now.
   permissionResult = nullptr;
   const CLAuthorizationStatus status = authorizationStatus();
   if (status == CLAuthorizationStatus::notDetermined ||
       status == CLAuthorizationStatus::authorizedWhenInUse) {
+    // Stored before asking: the platform may answer during the call.
     permissionResult = std::move(result);
     locationManager->requestAlwaysAuthorization();
     return;
@@ -57,7 +66,8 @@ void NimbrelPlugin::locationManagerDidChangeAuthorization(CLLocationManager& /*m
   if (!permissionResult || status == CLAuthorizationStatus::notDetermined) {
     return;
   }
-  // A copy, because the application may make a new request while it takes the answer.
+  // A copy: the application may make another request inside the call, which replaces the member.
+  // That request is dropped below without an answer.
   const FlutterResult result = permissionResult;
   result(status == CLAuthorizationStatus::authorizedAlways ||
          status == CLAuthorizationStatus::authorizedWhenInUse);

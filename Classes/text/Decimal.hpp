@@ -8,8 +8,7 @@
 
 namespace nimbrel {
 
-/// A whole number in decimal digits, with a minus sign where it is negative, for the length of a
-/// statement: no memory is allocated.
+/// The decimal digits of an integer, with a minus sign if it is negative. Allocates no memory.
 class Decimal {
  public:
   explicit Decimal(std::integral auto number) {
@@ -18,10 +17,11 @@ class Decimal {
         digits_.data());
   }
 
+  /// Valid as long as the object is.
   operator std::string_view() const { return {digits_.data(), size_}; }
 
  private:
-  std::array<char, 20> digits_{};  // -9223372036854775808 and 18446744073709551615 fill it
+  std::array<char, 20> digits_{};  // -9223372036854775808 and 18446744073709551615 fit exactly
   std::size_t size_ = 0;
 };
 

@@ -6,8 +6,8 @@
 
 namespace nimbrel {
 
-/// Hashes texts of every kind alike, so that a map of `std::string` is searched with a view and
-/// no key is copied for a look-up.
+/// Hashes `std::string` and `std::string_view` alike, so that a map with `std::string` keys can be
+/// searched with a view, without copying it.
 struct TransparentHash {
   using is_transparent = void;
 

@@ -11,7 +11,7 @@ namespace nimbrel {
 
 namespace {
 
-/// Every `step`th code point from `first` to `last` maps to itself plus `offset`.
+/// Every `step`-th code point from `first` to `last` maps to itself plus `offset`.
 struct Range {
   char32_t first;
   char32_t last;
@@ -19,7 +19,7 @@ struct Range {
   std::int32_t offset;
 };
 
-/// A code point that maps to several; unused places are zero.
+/// A code point that maps to several. Unused elements are zero.
 struct Expansion {
   char32_t from;
   std::array<char32_t, 3> to;

@@ -1,5 +1,7 @@
 #include "Classes/text/Utf8.hpp"
 
+#include <cassert>
+
 namespace nimbrel {
 
 namespace {
@@ -13,13 +15,14 @@ char32_t byteAt(std::string_view text, std::size_t index) {
 }  // namespace
 
 Utf8Character decodeUtf8(std::string_view text) {
+  assert(!text.empty());
   const char32_t lead = byteAt(text, 0);
   if (lead < 0x80) {
     return {lead, 1, true};
   }
-  constexpr Utf8Character invalid{0, 1, false};
-  // The second byte of four lead bytes is narrower than the rest, which keeps out long forms,
-  // surrogates and what lies above U+10FFFF.
+  constexpr Utf8Character kInvalid{0, 1, false};
+  // After E0, ED, F0 and F4 the second byte has a narrower range, which excludes overlong forms,
+  // surrogates and everything above U+10FFFF.
   std::size_t size = 2;
   char32_t lowest = 0x80;
   char32_t highest = 0xBF;
@@ -34,16 +37,16 @@ Utf8Character decodeUtf8(std::string_view text) {
     lowest = lead == 0xF0 ? 0x90 : lowest;
     highest = lead == 0xF4 ? 0x8F : highest;
   } else {
-    return invalid;
+    return kInvalid;
   }
   if (text.size() < size || byteAt(text, 1) < lowest || byteAt(text, 1) > highest) {
-    return invalid;
+    return kInvalid;
   }
   char32_t codePoint = lead & (0xFFU >> (size + 1));
   for (std::size_t index = 1; index < size; ++index) {
     const char32_t byte = byteAt(text, index);
     if ((byte & ~kContinuationBits) != 0x80) {
-      return invalid;
+      return kInvalid;
     }
     codePoint = codePoint << 6U | (byte & kContinuationBits);
   }
@@ -51,6 +54,7 @@ Utf8Character decodeUtf8(std::string_view text) {
 }
 
 void appendUtf8(std::string& text, char32_t codePoint) {
+  assert(codePoint <= 0x10FFFF && (codePoint < 0xD800 || codePoint > 0xDFFF));
   const auto append = [&text](char32_t byte) { text.push_back(static_cast<char>(byte)); };
   const auto continuation = [&](unsigned shift) {
     append(0x80 | (codePoint >> shift & kContinuationBits));

@@ -4,7 +4,7 @@ namespace nimbrel {
 
 namespace {
 
-/// Whether a hyphen stands before the byte of that index.
+/// Whether a hyphen precedes the byte at `index`.
 constexpr bool startsGroup(std::size_t index) {
   return index == 4 || index == 6 || index == 8 || index == 10;
 }

@@ -11,23 +11,24 @@
 
 namespace nimbrel {
 
-/// The two upper-case hexadecimal digits of each byte, one after the other.
+/// The two upper-case hexadecimal digits of each byte value, in ascending order.
 inline constexpr auto kHexPairs = [] {
-  constexpr std::string_view digits = "0123456789ABCDEF";
+  constexpr std::string_view kDigits = "0123456789ABCDEF";
   std::array<char, 512> pairs{};
   for (std::size_t byte = 0; byte < 256; ++byte) {
-    pairs[byte * 2] = digits[byte / 16];
-    pairs[byte * 2 + 1] = digits[byte % 16];
+    pairs[byte * 2] = kDigits[byte / 16];
+    pairs[byte * 2 + 1] = kDigits[byte % 16];
   }
   return pairs;
 }();
 
-/// Writes a byte in two hexadecimal digits. Returns the place behind them.
+/// Writes the two hexadecimal digits of a byte and returns the position after them.
+/// REQUIRES: `out` has room for two characters.
 inline char* appendHexByte(char* out, std::uint8_t byte) {
   return std::copy_n(kHexPairs.data() + std::size_t{byte} * 2, 2, out);
 }
 
-/// The value of a hexadecimal digit of either case, or -1.
+/// The value of a hexadecimal digit of either case, or -1 for any other character.
 constexpr int hexDigitValue(char digit) {
   if (digit >= '0' && digit <= '9') {
     return digit - '0';
@@ -47,13 +48,14 @@ class UuidText {
  public:
   explicit UuidText(const UUID& uuid);
 
+  /// Valid as long as the object is.
   operator std::string_view() const { return {characters_.data(), characters_.size()}; }
 
  private:
   std::array<char, 36> characters_{};
 };
 
-/// The UUID that a text of that form stands for, in either letter case; absent for any other text.
+/// Parses a text of that form, in either letter case. Absent for any other text.
 std::optional<UUID> parseUuid(std::string_view text);
 
 }  // namespace nimbrel

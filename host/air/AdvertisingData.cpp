@@ -11,14 +11,18 @@ AdvertisingData AdvertisingData::parse(std::span<const std::uint8_t> data) {
   ByteCursor cursor(data);
   while (!cursor.rest().empty()) {
     ByteCursor structure(cursor.take(cursor.byte()));
-    if (structure.rest().empty()) break;
+    if (structure.rest().empty()) {
+      break;
+    }
     const auto type = structure.byte();
     const auto payload = structure.rest();
     if (type == manufacturerSpecific && !parsed.manufacturerData) {
       parsed.manufacturerData = payload;
     } else if ((type == completeName && !parsed.isNameComplete) ||
                (type == shortenedName && !parsed.name)) {
-      if (payload.empty()) continue;
+      if (payload.empty()) {
+        continue;
+      }
       parsed.name = payload;
       parsed.isNameComplete = type == completeName;
     }
@@ -28,8 +32,8 @@ AdvertisingData AdvertisingData::parse(std::span<const std::uint8_t> data) {
 
 void AdvertisingData::append(std::vector<std::uint8_t>& data, StructureType type,
                              std::span<const std::uint8_t> payload) {
-  constexpr std::size_t longestPayload = 254;
-  const auto kept = payload.first(std::min(payload.size(), longestPayload));
+  constexpr std::size_t kLongestPayload = 254;
+  const auto kept = payload.first(std::min(payload.size(), kLongestPayload));
   data.push_back(static_cast<std::uint8_t>(kept.size() + 1));
   data.push_back(type);
   data.insert(data.end(), kept.begin(), kept.end());

@@ -15,10 +15,10 @@ namespace nimbrel {
 /// Source: RFC 1761, with the Bluetooth datalinks and the epoch of Symbian's variant.
 class BtSnoop {
  public:
-  static constexpr std::array<std::uint8_t, 8> magic{'b', 't', 's', 'n', 'o', 'o', 'p', 0};
+  static constexpr std::array<std::uint8_t, 8> kMagic{'b', 't', 's', 'n', 'o', 'o', 'p', 0};
   /// 1970-01-01 in microseconds since the year 0, as all recorders count them: 12 days more than
   /// the calendar has.
-  static constexpr std::chrono::microseconds epoch{0x00DCDDB30F2F8000};
+  static constexpr std::chrono::microseconds kEpoch{0x00DCDDB30F2F8000};
 
   enum Datalink : std::uint32_t { h1 = 1001, h4 = 1002, bcsp = 1003, h5 = 1004, monitor = 2001 };
 

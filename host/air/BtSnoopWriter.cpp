@@ -12,16 +12,16 @@
 #include <utility>
 
 #include "host/air/BtSnoop.hpp"
-#include "host/air/InputError.hpp"
+#include "host/base/InputError.hpp"
 
 namespace nimbrel {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-constexpr std::size_t longestLegacyData = 31;
+constexpr std::size_t kLongestLegacyData = 31;
 /// What the 255 bytes of an event leave for the data of one extended report.
-constexpr std::size_t longestFragment = 229;
+constexpr std::size_t kLongestFragment = 229;
 
 template <std::unsigned_integral Integer>
 void appendBig(Bytes& bytes, Integer value) {
@@ -54,7 +54,7 @@ BtSnoopWriter::BtSnoopWriter(std::string path, bool overwrites)
     throw InputError(name_, std::string("cannot be written: ") + std::strerror(errno) +
                                 "; name a file that can");
   }
-  records_.assign(BtSnoop::magic.begin(), BtSnoop::magic.end());
+  records_.assign(BtSnoop::kMagic.begin(), BtSnoop::kMagic.end());
   appendBig(records_, std::uint32_t{1});
   appendBig(records_, std::uint32_t{BtSnoop::h4});
   put();
@@ -63,7 +63,7 @@ BtSnoopWriter::BtSnoopWriter(std::string path, bool overwrites)
 BtSnoopWriter::~BtSnoopWriter() { ::close(descriptor_); }
 
 void BtSnoopWriter::write(const Advertisement& advertisement) {
-  if (advertisement.data.size() <= longestLegacyData) {
+  if (advertisement.data.size() <= kLongestLegacyData) {
     addLegacy(advertisement);
   } else {
     addExtended(advertisement);
@@ -72,9 +72,9 @@ void BtSnoopWriter::write(const Advertisement& advertisement) {
 }
 
 void BtSnoopWriter::addLegacy(const Advertisement& advertisement) {
-  constexpr std::uint8_t undirected = 0x00;
-  constexpr std::uint8_t scanResponse = 0x04;
-  Bytes report{advertisement.isScanResponse ? scanResponse : undirected};
+  constexpr std::uint8_t kUndirected = 0x00;
+  constexpr std::uint8_t kScanResponse = 0x04;
+  Bytes report{advertisement.isScanResponse ? kScanResponse : kUndirected};
   appendAddress(report, advertisement.address);
   appendData(report, advertisement.data);
   report.push_back(static_cast<std::uint8_t>(advertisement.rssi));
@@ -82,20 +82,20 @@ void BtSnoopWriter::addLegacy(const Advertisement& advertisement) {
 }
 
 void BtSnoopWriter::addExtended(const Advertisement& advertisement) {
-  constexpr std::uint8_t scanResponse = 0x08;
-  constexpr std::uint8_t moreToCome = 0x20;
-  constexpr std::uint8_t onePhy = 0x01;
-  constexpr std::uint8_t noPower = 0x7F;
+  constexpr std::uint8_t kScanResponse = 0x08;
+  constexpr std::uint8_t kMoreToCome = 0x20;
+  constexpr std::uint8_t kOnePhy = 0x01;
+  constexpr std::uint8_t kNoPower = 0x7F;
   auto rest = advertisement.data;
   while (!rest.empty()) {
-    const auto fragment = rest.first(std::min(rest.size(), longestFragment));
+    const auto fragment = rest.first(std::min(rest.size(), kLongestFragment));
     rest = rest.subspan(fragment.size());
-    Bytes report{static_cast<std::uint8_t>((advertisement.isScanResponse ? scanResponse : 0) |
-                                           (rest.empty() ? 0 : moreToCome)),
+    Bytes report{static_cast<std::uint8_t>((advertisement.isScanResponse ? kScanResponse : 0) |
+                                           (rest.empty() ? 0 : kMoreToCome)),
                  0x00};
     appendAddress(report, advertisement.address);
     // The advertising set is 0. Neither periodic advertising nor a direct address follows.
-    report.insert(report.end(), {onePhy, onePhy, 0x00, noPower});
+    report.insert(report.end(), {kOnePhy, kOnePhy, 0x00, kNoPower});
     report.push_back(static_cast<std::uint8_t>(advertisement.rssi));
     report.insert(report.end(), 9, 0x00);
     appendData(report, fragment);
@@ -105,10 +105,10 @@ void BtSnoopWriter::addExtended(const Advertisement& advertisement) {
 
 void BtSnoopWriter::addEvent(const Advertisement& advertisement, std::uint8_t subevent,
                              const Bytes& report) {
-  constexpr std::uint8_t h4Event = 0x04;
-  constexpr std::uint8_t leMetaEvent = 0x3E;
-  constexpr std::uint32_t receivedEvent = 3;
-  Bytes packet{h4Event, leMetaEvent};
+  constexpr std::uint8_t kH4Event = 0x04;
+  constexpr std::uint8_t kLeMetaEvent = 0x3E;
+  constexpr std::uint32_t kReceivedEvent = 3;
+  Bytes packet{kH4Event, kLeMetaEvent};
   packet.push_back(static_cast<std::uint8_t>(report.size() + 2));
   packet.insert(packet.end(), {subevent, 0x01});
   packet.insert(packet.end(), report.begin(), report.end());
@@ -116,9 +116,9 @@ void BtSnoopWriter::addEvent(const Advertisement& advertisement, std::uint8_t su
   const auto size = static_cast<std::uint32_t>(packet.size());
   appendBig(records_, size);
   appendBig(records_, size);
-  appendBig(records_, receivedEvent);
+  appendBig(records_, kReceivedEvent);
   appendBig(records_, std::uint32_t{0});  // No packet was dropped.
-  appendBig(records_, static_cast<std::uint64_t>((advertisement.time + BtSnoop::epoch).count()));
+  appendBig(records_, static_cast<std::uint64_t>((advertisement.time + BtSnoop::kEpoch).count()));
   records_.insert(records_.end(), packet.begin(), packet.end());
 }
 
@@ -130,16 +130,22 @@ void BtSnoopWriter::put() {
     if (written >= 0) {
       rest = rest.subspan(static_cast<std::size_t>(written));
     } else if (errno != EINTR) {
-      throw std::system_error(errno, std::generic_category(),
+      const int error = errno;
+      // A full disk takes a part of a record. Pipes and the like cannot be cut.
+      [[maybe_unused]] const int cut = ::ftruncate(descriptor_, static_cast<off_t>(size_));
+      throw std::system_error(error, std::generic_category(),
                               name_ + ": the recording cannot go on");
     }
   }
+  size_ += records_.size();
   records_.clear();
   isSynced_ = false;
 }
 
 void BtSnoopWriter::sync() {
-  if (isSynced_) return;
+  if (isSynced_) {
+    return;
+  }
   isSynced_ = true;
   // Pipes and the like have no disk behind them.
   if (::fdatasync(descriptor_) != 0 && errno != EINVAL && errno != EROFS) {

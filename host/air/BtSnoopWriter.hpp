@@ -22,11 +22,14 @@ class BtSnoopWriter {
   BtSnoopWriter& operator=(const BtSnoopWriter&) = delete;
 
   /// A record is in the file when this returns, and on the disk one `sync` later. Throws
-  /// std::system_error where it cannot be written.
+  /// std::system_error where it cannot be written; the file then ends with the record before it.
   void write(const Advertisement& advertisement);
 
   /// Has the disk keep what was written, so that it outlives a loss of power.
   void sync();
+
+  /// Returns the bytes written so far.
+  [[nodiscard]] std::uint64_t size() const { return size_; }
 
  private:
   void addLegacy(const Advertisement& advertisement);
@@ -38,6 +41,7 @@ class BtSnoopWriter {
   std::string name_;
   int descriptor_;
   bool isSynced_ = true;
+  std::uint64_t size_ = 0;
   std::vector<std::uint8_t> records_;
 };
 

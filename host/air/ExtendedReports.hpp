@@ -36,7 +36,9 @@ class ExtendedReports {
   std::optional<std::span<const std::uint8_t>> join(const Source& source, DataStatus status,
                                                     std::span<const std::uint8_t> fragment) {
     // Nearly all are whole: nothing is looked for then.
-    if (unfinished_.empty() && status != DataStatus::moreToCome) return fragment;
+    if (unfinished_.empty() && status != DataStatus::moreToCome) {
+      return fragment;
+    }
     return joinUnfinished(source, status, fragment);
   }
 

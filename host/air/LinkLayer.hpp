@@ -1,14 +1,72 @@
 #pragma once
 
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <vector>
+
 #include "host/air/Advertisement.hpp"
+#include "host/air/ByteCursor.hpp"
 #include "host/air/Packet.hpp"
 
 namespace nimbrel {
 
-/// Makes the advertisement of a packet of kind advertisingPdu; false where it is none.
+/// Makes advertisements of packets of kind advertisingPdu.
 ///
-/// Each PDU of extended advertising is used by itself: a sniffer often misses parts of a chain, and
-/// what beacons send fits into the first PDU that carries data.
-bool decodeAdvertisingPdu(const Packet& packet, Advertisement& advertisement);
+/// An extended advertisement may stand in several PDUs, each with a pointer to the next one and the
+/// identifier of the set that it is of: the first has the address, the others have the data. They
+/// are put together under the time and strength of the last one. Where the rest is not heard, the
+/// data that was heard is an advertisement some tenths of a second later, under its own time.
+/// Source: Bluetooth Core Specification, volume 6, part B, section 2.3.4.
+class LinkLayer {
+ public:
+  /// Starts on a packet. Its data stays valid while `next` is called.
+  void begin(const Packet& packet);
+
+  /// No packet follows: `next` returns what still waits for more data.
+  void end();
+
+  /// The next advertisement; false where another packet is needed. Its data is valid until the next
+  /// call of any operation.
+  bool next(Advertisement& advertisement);
+
+ private:
+  struct Pointer {
+    std::uint8_t channel;
+    std::chrono::microseconds time;
+  };
+  /// The fields of an extended header that are used, and the data behind it.
+  struct Extended {
+    std::optional<DeviceAddress> advertiser;
+    bool isDirected = false;
+    std::optional<std::uint16_t> set;
+    std::optional<Pointer> pointer;
+    std::span<const std::uint8_t> data;
+  };
+  struct Unfinished {
+    DeviceAddress address;
+    std::optional<std::uint16_t> set;
+    Pointer next;
+    std::chrono::microseconds deadline;
+    std::chrono::microseconds time;
+    std::int8_t rssi;
+    bool isScanResponse;
+    std::vector<std::uint8_t> data;
+  };
+
+  static std::optional<Extended> parse(const Packet& packet, ByteCursor payload, AddressType type);
+  void take(const Packet& packet, const Extended& pdu);
+  void takePart(const Packet& packet, const Extended& pdu, Unfinished& unfinished);
+  std::vector<Unfinished>::iterator pointingTo(const Packet& packet, const Extended& pdu);
+  std::vector<Unfinished>::iterator giveUp(std::vector<Unfinished>::iterator unfinished);
+
+  std::vector<Unfinished> unfinished_;  // the longest waiting first
+  std::vector<Unfinished> broken_;      // to be returned as they are
+  std::size_t returned_ = 0;            // how many of them were
+  std::optional<Advertisement> current_;
+  std::vector<std::uint8_t> joined_;
+};
 
 }  // namespace nimbrel

@@ -7,8 +7,11 @@
 
 namespace nimbrel {
 
-// What surrounds a link-layer packet in a sniffer's capture. A packet whose checksum the sniffer
-// found to be wrong is of kind `other`: its bytes cannot be trusted.
+// What surrounds a link-layer packet in a sniffer's capture. Where the sniffer says whether the
+// checksum was right, it is believed; else the packet's own three bytes decide. Without them, as
+// some tools leave them out and a recorder may cut them off, nothing speaks against the packet.
+//
+// REQUIRES: `packet` has its time and says whether it is cut.
 
 /// Holds a packet that starts with its access address, as in link type 251.
 /// Source: tcpdump.org, LINKTYPE_BLUETOOTH_LE_LL.

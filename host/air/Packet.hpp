@@ -17,17 +17,32 @@ struct Packet {
     /// A link-layer PDU of the advertising physical channels, starting with its header.
     /// Source: Bluetooth Core Specification, volume 6, part B, section 2.3.
     advertisingPdu,
+    /// Such a PDU with a wrong checksum: its bytes cannot be trusted.
+    damagedPdu,
     /// Nothing that could hold an advertisement.
     other,
   };
 
+  /// What the recorder listened to.
+  enum class Origin : std::uint8_t { controller, usb, sniffer };
+
   /// Since 1970-01-01 00:00:00 UTC, within the bounds below.
   std::chrono::microseconds time{};
   Kind kind = Kind::other;
+  Origin origin = Origin::controller;
+  /// The recorder kept less than there was.
+  bool isCut = false;
   /// Possibly cut short; valid until the next packet is read.
   std::span<const std::uint8_t> data;
   /// Of an advertising PDU, in dBm; 127 where the receiver gave none.
   std::int8_t rssi = 127;
+  /// Of an advertising PDU: the index of its channel; above the last one where it is unknown.
+  std::uint8_t channel = kUnknownChannel;
+  /// The receiver knows that the PDU, of extended advertising, answers a scan.
+  bool isScanResponse = false;
+
+  static constexpr std::uint8_t kLastSecondaryChannel = 36;
+  static constexpr std::uint8_t kUnknownChannel = 0xFF;
 
   void holdHci(bool isEvent, std::span<const std::uint8_t> content) {
     kind = isEvent ? Kind::hciEvent : Kind::other;
@@ -44,14 +59,14 @@ struct Packet {
 
   /// Of a record of Linux's Bluetooth monitor.
   void holdMonitored(std::uint16_t opcode, std::span<const std::uint8_t> content) {
-    constexpr std::uint16_t event = 3;
-    holdHci(opcode == event, content);
+    constexpr std::uint16_t kEvent = 3;
+    holdHci(opcode == kEvent, content);
   }
 };
 
 /// The years 0 to 9999. A damaged time stamp is moved to the nearer end, so that nobody's sums
 /// overflow.
-inline constexpr std::chrono::seconds earliestTime{-62'167'219'200};
-inline constexpr std::chrono::seconds latestTime{253'402'300'799};
+inline constexpr std::chrono::seconds kEarliestTime{-62'167'219'200};
+inline constexpr std::chrono::seconds kLatestTime{253'402'300'799};
 
 }  // namespace nimbrel

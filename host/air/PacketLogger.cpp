@@ -10,11 +10,9 @@
 namespace nimbrel {
 namespace {
 
-constexpr std::uint8_t eventType = 0x01;
+constexpr std::uint8_t kEventType = 0x01;
 /// What a record's length counts besides the packet: the time and the type.
-constexpr std::uint32_t shortestRecord = 9;
-/// Far above any HCI packet or note: a length beyond it is damage, not data.
-constexpr std::uint32_t longestRecord = 0x40000;
+constexpr std::uint32_t kShortestRecord = 9;
 
 struct RecordHead {
   std::uint32_t length;
@@ -29,20 +27,39 @@ struct RecordHead {
         type(cursor.byte()) {}
 
   [[nodiscard]] bool hasPossibleLength() const {
-    return length >= shortestRecord && length <= longestRecord;
+    return length >= kShortestRecord && length <= kLongestRecord;
   }
 };
 
 /// Packets of all kinds are numbered from 0, texts and states of the recorder down from 0xff.
 bool isKnown(std::uint8_t type) { return type <= 0x20 || type >= 0xe0; }
 
+/// Whether whole records follow one another from the start: two, or one to the end. The head of
+/// one record alone is found in files of other kinds, too.
+bool beginsWithRecords(std::span<const std::uint8_t> bytes, std::endian order) {
+  constexpr int kEnough = 2;
+  ByteCursor cursor(bytes);
+  int whole = 0;
+  for (; whole < kEnough && !cursor.rest().empty(); ++whole) {
+    const RecordHead head(cursor, order);
+    if (!cursor.ok()) {
+      break;
+    }
+    if (!head.hasPossibleLength() || head.microseconds >= 1'000'000 || !isKnown(head.type)) {
+      return false;
+    }
+    cursor.take(head.length - kShortestRecord);
+    if (!cursor.ok()) {
+      break;
+    }
+  }
+  return whole > 0;
+}
+
 /// In the wrong order, a length or a fraction of a second is out of range.
 std::optional<std::endian> orderOf(std::span<const std::uint8_t> bytes) {
   for (const auto order : {std::endian::little, std::endian::big}) {
-    ByteCursor cursor(bytes);
-    const RecordHead head(cursor, order);
-    if (cursor.ok() && head.hasPossibleLength() && head.microseconds < 1'000'000 &&
-        isKnown(head.type)) {
+    if (beginsWithRecords(bytes, order)) {
       return order;
     }
   }
@@ -61,15 +78,23 @@ PacketLogger::PacketLogger(std::span<const std::uint8_t> content, std::string fi
       order_(orderOf(bytes_).value_or(std::endian::big)) {}
 
 bool PacketLogger::next(Packet& packet) {
-  if (offset_ == bytes_.size()) return false;
+  if (offset_ == bytes_.size()) {
+    return false;
+  }
   ByteCursor cursor(bytes_.subspan(offset_));
   const RecordHead head(cursor, order_);
-  if (!cursor.ok()) throwCutOff(name_, offset_);
-  if (!head.hasPossibleLength()) throwImpossibleLength(name_, offset_, head.length);
-  const auto content = cursor.take(head.length - shortestRecord);
-  if (!cursor.ok()) throwCutOff(name_, offset_);
+  if (!cursor.ok()) {
+    throwCutOff(name_, offset_);
+  }
+  if (!head.hasPossibleLength()) {
+    throwImpossibleLength(name_, offset_, head.length);
+  }
+  const auto content = cursor.take(head.length - kShortestRecord);
+  if (!cursor.ok()) {
+    throwCutOff(name_, offset_);
+  }
   packet.time = std::chrono::seconds(head.seconds) + std::chrono::microseconds(head.microseconds);
-  packet.holdHci(head.type == eventType, content);
+  packet.holdHci(head.type == kEventType, content);
   offset_ = bytes_.size() - cursor.rest().size();
   return true;
 }

@@ -2,12 +2,12 @@
     .global nimbrelRecordingBegin
     .global nimbrelRecordingEnd
 nimbrelRecordingBegin:
-    .incbin "examples/walk.btsnoop"
+    .incbin "example/walk.btsnoop"
 nimbrelRecordingEnd:
     .global nimbrelScenarioBegin
     .global nimbrelScenarioEnd
 nimbrelScenarioBegin:
-    .incbin "examples/day.jsonl"
+    .incbin "example/day.jsonl"
 nimbrelScenarioEnd:
     .byte 0
     .section .note.GNU-stack, "", %progbits

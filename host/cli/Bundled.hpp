@@ -6,10 +6,10 @@
 
 namespace nimbrel {
 
-/// The capture that comes with the program, examples/walk.btsnoop.
+/// The capture that comes with the program, example/walk.btsnoop.
 std::span<const std::uint8_t> bundledRecording();
 
-/// The scenario that comes with the program, examples/day.jsonl.
+/// The scenario that comes with the program, example/day.jsonl.
 std::string_view bundledScenario();
 
 }  // namespace nimbrel

@@ -1,20 +1,13 @@
 #pragma once
 
-#include <stdexcept>
-
 namespace nimbrel {
 
-/// A command line that cannot be used. what() says what is wrong and what to do about it.
-class UsageError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
+// The commands. `arguments` begin with the command's name. Each returns the exit status; throws
+// UsageError, InputError, and std::system_error where the output cannot be written.
 
-/// `nimbrel scan`: `arguments` begin with the command's name. Returns the exit status; throws
-/// UsageError, InputError, and std::system_error where the output cannot be written.
-int scanCommand(int count, char** arguments);
-
-/// `nimbrel simulate`, in the same way.
-int simulateCommand(int count, char** arguments);
+int scanCommand(int count, const char* const* arguments);
+int explainCommand(int count, const char* const* arguments);
+int deskCommand(int count, const char* const* arguments);
+int simulateCommand(int count, const char* const* arguments);
 
 }  // namespace nimbrel

@@ -1,43 +1,57 @@
 #pragma once
 
-#include <chrono>
-#include <memory>
+#include <functional>
 #include <optional>
 #include <string>
 
-#include "host/air/BluezAdapter.hpp"
-#include "host/air/BtSnoopWriter.hpp"
-#include "host/cli/Output.hpp"
-#include "host/cli/ScanOptions.hpp"
-#include "host/cli/ScanSession.hpp"
-#include "host/phone/MainQueue.hpp"
+#include "host/base/MainQueue.hpp"
+#include "host/bluez/BluezAdapter.hpp"
+#include "host/cli/Recording.hpp"
+#include "host/cli/Session.hpp"
+#include "host/cli/SharedOptions.hpp"
 
 namespace nimbrel {
 
-/// Lets a phone hear what an adapter of this machine hears, in real time.
+/// Lets a session's phone hear what an adapter of this machine hears, in real time.
 class LiveScan final : private AdapterObserver {
  public:
-  /// Starts to listen. Throws InputError where there is no adapter to listen with, or no file to
-  /// record in. The queue runs in real time; all of them outlive the scan.
-  LiveScan(const ScanOptions& options, MainQueue& queue, Output& output, Output& errors);
+  /// Returns the time since 1970.
+  using MachineClock = std::function<MainQueue::Time()>;
 
-  /// Runs to the end of the time asked for, or until the queue is stopped.
-  void run();
+  /// Throws InputError if there is no system bus. The queue runs in real time. All arguments
+  /// outlive the scan.
+  LiveScan(const RunOptions& options, MainQueue& queue, Session& session,
+           MachineClock machineClock = readMachineClock);
+
+  /// Runs to the end of the time asked for, or until the queue is stopped. Returns the exit status:
+  /// 1 if the scan did not start or its recording ended early. Throws InputError where there is no
+  /// adapter to listen with, or no file to record in.
+  int run();
+
+  /// The wall clock of this machine.
+  static MainQueue::Time readMachineClock();
 
  private:
+  void listening() override;
   void heard(const Advertisement& advertisement) override;
   void changed(CBManagerState state) override;
   void noted(const std::string& line) override;
 
-  void watchForSilence(MainQueue::Time due);
+  void followClock();
   void keepOnDisk();
+  /// Runs `action` on the recording, and ends the recording where that fails.
+  void record(const std::function<void(Recording&)>& action);
+  void everySecond(const std::function<void()>& task);
 
-  const ScanOptions& options_;
+  const RunOptions& options_;
   MainQueue& queue_;
-  ScanSession session_;
+  Session& session_;
+  MachineClock machineClock_;
+  MainQueue::Time origin_{};  // The wall clock at the queue's time 0.
   BluezAdapter adapter_;
-  std::optional<BtSnoopWriter> recording_;
-  MainQueue::Time lastHeard_{};
+  bool isListening_ = false;
+  std::optional<Recording> recording_;
+  bool hasRecordingFailed_ = false;
 };
 
 }  // namespace nimbrel

@@ -1,55 +1,94 @@
 #include <unistd.h>
 
+#include <array>
 #include <clocale>
 #include <csignal>
 #include <exception>
 #include <iostream>
+#include <string>
 #include <string_view>
 #include <system_error>
 
-#include "host/air/InputError.hpp"
+#include "host/base/InputError.hpp"
+#include "host/cli/CommandLine.hpp"
 #include "host/cli/Commands.hpp"
 
 namespace {
 
-constexpr std::string_view kHelp = R"(nimbrel: beacon detection for Flutter on iOS, on a desk
+using nimbrel::UsageError;
 
-usage: nimbrel scan [CAPTURE]        detect the beacons in a Bluetooth capture
-       nimbrel simulate [SCENARIO]   play an application, a phone and the air around the plug-in
-       nimbrel scan --help           and: nimbrel simulate --help
-       nimbrel --version
+struct Command {
+  std::string_view name;
+  std::string_view help;
+  int (*run)(int count, const char* const* arguments);
+};
+
+constexpr std::array kCommands = {
+    Command{"scan", "detect the beacons in a Bluetooth capture, or live", nimbrel::scanCommand},
+    Command{"explain", "say of every device what became of its advertisements, and why",
+            nimbrel::explainCommand},
+    Command{"simulate", "play an application, a phone and the air around the plug-in",
+            nimbrel::simulateCommand},
+    Command{"desk", "the same with steps as they come, for an application's tests",
+            nimbrel::deskCommand},
+};
+
+constexpr std::string_view kExamples = R"(
+nimbrel help COMMAND, or nimbrel COMMAND --help, has the options of a command.
+nimbrel --version, or -V, prints the version.
 
 examples:
   nimbrel scan                       the recording that comes with the program
   nimbrel scan walk.btsnoop --json --quiet | jq .
+  nimbrel explain walk.btsnoop       why a beacon was not detected
   nimbrel simulate                   the scenario that comes with the program
 
 exit status: 0 it ended as asked, 1 it failed on the way, 2 the command line or the input could
 not be used
 )";
 
-int run(int count, char** arguments) {
-  using nimbrel::UsageError;
+std::string help() {
+  std::string text =
+      "nimbrel: beacon detection for Flutter on iOS, on a desk\n\n"
+      "usage: nimbrel COMMAND [ARGUMENT ...]\n\n";
+  for (const Command& command : kCommands) {
+    std::string name(command.name);
+    name.resize(10, ' ');
+    text.append("  ").append(name).append(command.help).append("\n");
+  }
+  return text.append(kExamples);
+}
+
+const Command& commandNamed(std::string_view name) {
+  std::string known;
+  for (const Command& command : kCommands) {
+    if (command.name == name) {
+      return command;
+    }
+    known.append(known.empty() ? "" : ", ").append(command.name);
+  }
+  throw UsageError("unknown command '" + std::string(name) + "'; the commands are " + known +
+                   ", see nimbrel --help");
+}
+
+int run(int count, const char* const* arguments) {
   if (count < 2) {
     throw UsageError("no command given; see nimbrel --help");
   }
-  const std::string_view command = arguments[1];
-  if (command == "scan") {
-    return nimbrel::scanCommand(count - 1, arguments + 1);
+  const std::string_view name = arguments[1];
+  if (name == "help" && count > 2) {
+    const char* const line[] = {arguments[2], "--help"};
+    return commandNamed(arguments[2]).run(2, line);
   }
-  if (command == "simulate") {
-    return nimbrel::simulateCommand(count - 1, arguments + 1);
-  }
-  if (command == "--help" || command == "-h" || command == "help") {
-    std::cout << kHelp << std::flush;
+  if (name == "--help" || name == "-h" || name == "help") {
+    std::cout << help() << std::flush;
     return 0;
   }
-  if (command == "--version") {
+  if (name == "--version" || name == "-V") {
     std::cout << "nimbrel " NIMBREL_VERSION << std::endl;
     return 0;
   }
-  throw UsageError("unknown command '" + std::string(command) +
-                   "'; there are scan and simulate, see nimbrel --help");
+  return commandNamed(name).run(count - 1, arguments + 1);
 }
 
 }  // namespace
@@ -57,6 +96,8 @@ int run(int count, char** arguments) {
 int main(int count, char** arguments) {
   // A reader that has had enough is no failure: the write fails with EPIPE instead of a signal.
   std::signal(SIGPIPE, SIG_IGN);
+  // A file that reaches its limit is a full disk: the write fails with EFBIG instead of a signal.
+  std::signal(SIGXFSZ, SIG_IGN);
   // Texts are UTF-8 wherever they come from, and columns count the width of their characters.
   std::setlocale(LC_CTYPE, "C.UTF-8");
   try {

@@ -4,50 +4,43 @@
 
 namespace nimbrel {
 
-Replay::Replay(const ScanOptions& options, Capture& capture, const Advertisement& first,
-               MainQueue& queue, ScanSession& session, Progress& progress)
-    : options_(options),
-      capture_(capture),
-      next_(&first),
+Replay::Replay(std::optional<MainQueue::Time> duration, Recordings& recordings, MainQueue& queue,
+               Session& session, Progress& progress)
+    : recordings_(recordings),
       queue_(queue),
       session_(session),
       progress_(progress),
-      origin_(*capture.firstRecordTime()) {}
+      end_(duration.value_or(MainQueue::Time::max())),
+      timeline_(*recordings.firstRecordTime()) {}
 
 void Replay::run() {
-  session_.phone().setClock(origin_);
+  session_.phone().setClock(timeline_.clock());
   session_.start();
-  const MainQueue::Time end = options_.duration.value_or(MainQueue::Time::max());
-  for (; next_ != nullptr && !queue_.stopped(); next_ = capture_.next()) {
-    passTimeUntil(next_->time);
-    if (queue_.now() >= end) {
+  const Advertisement* next = recordings_.next();
+  for (; next != nullptr && !queue_.stopped(); next = recordings_.next()) {
+    passTimeUntil(next->time);
+    if (queue_.now() >= end_) {
       break;
     }
-    session_.hear(*next_);
-    progress_.step([this] { return capture_.progress(); });
+    session_.hear(*next);
+    progress_.step([this] { return recordings_.progress(); });
   }
-  if (next_ == nullptr) {
-    passTimeUntil(*capture_.lastRecordTime());
-    queue_.runUntil(std::min(queue_.now() + std::chrono::seconds(1), end));
+  if (next == nullptr) {
+    passTimeUntil(*recordings_.lastRecordTime());
+    queue_.runUntil(std::min(queue_.now() + std::chrono::seconds(1), end_));
   }
   session_.stop();
 }
 
 void Replay::passTimeUntil(std::chrono::microseconds recorded) {
-  // A recorder's clock is set now and then. A step beyond these bounds is taken for that: time
-  // goes on from the new reading, with no more than a day of silence in between.
-  constexpr MainQueue::Time longestSilence = std::chrono::hours(24);
-  constexpr MainQueue::Time shortestStepBack = std::chrono::seconds(-1);
-  const MainQueue::Time end = options_.duration.value_or(MainQueue::Time::max());
-  const MainQueue::Time ahead = recorded - origin_ - queue_.now();
-  if (ahead > MainQueue::Time::zero()) {
-    queue_.runUntil(std::min(queue_.now() + std::min(ahead, longestSilence), end));
+  const std::optional<Timeline::Time> before = timeline_.advanceTo(recorded);
+  if (timeline_.now() > queue_.now()) {
+    queue_.runUntil(std::min(timeline_.now(), end_));
   }
-  if (ahead > longestSilence || ahead < shortestStepBack) {
-    origin_ = recorded - queue_.now();
+  session_.phone().setClock(timeline_.clock());
+  if (before.has_value()) {
+    session_.clockJumped(*before, recorded);
   }
-  // Records a little out of order are played at once, under the time at which they were recorded.
-  session_.phone().setClock(std::min(recorded, origin_ + queue_.now()));
 }
 
 }  // namespace nimbrel

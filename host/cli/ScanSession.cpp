@@ -1,63 +1,49 @@
 #include "host/cli/ScanSession.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 
-#include "Classes/NimbrelPlugin.hpp"
-#include "host/cli/JsonText.hpp"
-#include "host/engine/Registrar.hpp"
+#include "Classes/model/BeaconFilter.hpp"
+#include "Classes/model/EncodableAccess.hpp"
+#include "host/base/JsonText.hpp"
+#include "host/base/Printable.hpp"
+#include "host/findings/Reasons.hpp"
+#include "host/terminal/Escapes.hpp"
 
 namespace nimbrel {
 
 namespace {
 
-Phone::Setup setupFor(const ScanOptions& options, CBManagerState bluetooth) {
-  Phone::Setup setup;
+Phone::Setup setupFor(const ScanOptions& options) {
+  Phone::Setup setup = options.phone();
   setup.hasConsole = !options.quiet && !options.table;
-  setup.bluetooth = bluetooth;
   return setup;
-}
-
-bool isColoured(const Output& output) {
-  const char* refused = std::getenv("NO_COLOR");
-  return output.isTerminal() && (refused == nullptr || *refused == '\0');
 }
 
 }  // namespace
 
-ScanSession::ScanSession(const ScanOptions& options, MainQueue& queue, CBManagerState bluetooth,
-                         Output& output, Output& errors)
-    : options_(options),
+ScanSession::ScanSession(const ScanOptions& options, MainQueue& queue, Output& output,
+                         Output& errors)
+    : Session(options.filters, setupFor(options), queue),
+      options_(options),
       queue_(queue),
       output_(output),
       errors_(errors),
-      detectionLine_(isColoured(output)),
-      phone_(setupFor(options, bluetooth), queue, *this),
-      application_(messenger_, [](const auto& /*reply*/) {}) {}
+      clock_(options.utc),
+      detectionLine_(isColoured(output), options.utc),
+      filters_(foundFilters(options.filters)) {}
 
 void ScanSession::start() {
   if (options_.table) {
     table_.emplace(queue_, output_, options_.live ? 1.0 : options_.speed);
   }
-  Registrar registrar(messenger_);
-  NimbrelPlugin::registerWith(registrar, phone_);
-  queue_.drain();
-  application_.listen([this](const EncodableValue& event) { received(event); });
-  EncodableMap arguments;
-  arguments.push_back({"filters", options_.filters});
-  application_.call("startDetection", std::move(arguments));
-}
-
-void ScanSession::hear(const Advertisement& advertisement) {
-  ++advertisements_;
-  phone_.hear(devices_.sight(advertisement));
-  queue_.drain();
+  Session::start();
 }
 
 void ScanSession::stop() {
-  application_.call("stopDetection");
-  queue_.drain();
+  Session::stop();
   if (table_.has_value()) {
     table_->print();
     output_.flush();
@@ -79,20 +65,46 @@ void ScanSession::note(const std::string& line) {
   errors_.flush();
 }
 
-void ScanSession::summarize() {
+void ScanSession::clockJumped(std::chrono::microseconds before, std::chrono::microseconds after) {
+  if (!hasJumped_) {
+    hasJumped_ = true;
+    note("nimbrel: the recording's clock jumps from " + clock_.dateAndTime(before) + " to " +
+         clock_.dateAndTime(after) + "; times go on from there");
+  }
+}
+
+void ScanSession::conclude(std::uint64_t damagedPackets) {
   output_.flush();
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - started_;
-  const std::chrono::duration<double> scanned = queue_.now();
-  std::array<char, 240> line;
-  const auto plural = [](std::uint64_t count) { return count == 1 ? "" : "s"; };
-  const int size = std::snprintf(
-      line.data(), line.size(),
-      "%llu advertisement%s from %zu device%s in %.1f s, %llu detection%s; took %.2f s",
-      static_cast<unsigned long long>(advertisements_), plural(advertisements_), devices_.count(),
-      plural(devices_.count()), scanned.count(), static_cast<unsigned long long>(detections_),
-      plural(detections_), taken.count());
-  errors_.writeLine({line.data(), static_cast<std::size_t>(size)});
+  const std::chrono::duration<double> scanned = elapsed();
+  std::array<char, 80> times{};
+  std::snprintf(times.data(), times.size(), " in %.1f s, ", scanned.count());
+  std::string line = counted(advertisementCount(), "advertisement") + " from " +
+                     counted(deviceCount(), "device") + times.data() +
+                     counted(detections_, "detection");
+  if (damagedPackets > 0) {
+    line += ", " + counted(damagedPackets, "packet") + " with a wrong checksum left out";
+  }
+  std::snprintf(times.data(), times.size(), "; took %.2f s", taken.count());
+  errors_.writeLine(line + times.data());
+  noteUndetected();
   errors_.flush();
+}
+
+void ScanSession::noteUndetected() {
+  std::string missing;
+  for (const FoundFilter& each : filters_) {
+    if (each.events == 0) {
+      missing += (missing.empty() ? "" : ", ") + filterText(each.map);
+    }
+  }
+  if (detections_ > 0 && missing.empty()) {
+    return;
+  }
+  const std::string what = missing.empty() ? "nothing was detected" : "not detected: " + missing;
+  appendPrintable(errors_.buffer(),
+                  what + "; to see why: nimbrel explain" + options_.sameArguments());
+  errors_.buffer().push_back('\n');
 }
 
 void ScanSession::logged(std::string_view line) {
@@ -103,20 +115,30 @@ void ScanSession::logged(std::string_view line) {
   output.lineEnded();
 }
 
-void ScanSession::requested(const Request& /*request*/) {
-  // What the plug-in asks of the phone shows in what follows from it.
+void ScanSession::countForFilter(const EncodableMap& event) {
+  const std::string& uuid = *valueFor<std::string>(event, "uuid");
+  const std::int64_t major = *integerFor(event, "majorId");
+  const std::int64_t minor = *integerFor(event, "minorId");
+  const auto accepts = [&](const FoundFilter& each) {
+    return each.filter.has_value() && each.filter->accepts(uuid, major, minor);
+  };
+  if (const auto place = std::ranges::find_if(filters_, accepts); place != filters_.end()) {
+    ++place->events;
+  }
 }
 
 void ScanSession::received(const EncodableValue& event) {
   ++detections_;
+  const auto& map = std::get<EncodableMap>(event);
+  countForFilter(map);
   if (table_.has_value()) {
-    table_->take(std::get<EncodableMap>(event));
+    table_->take(map);
     return;
   }
   if (options_.json) {
     appendJson(output_.buffer(), event);
   } else {
-    detectionLine_.append(output_.buffer(), std::get<EncodableMap>(event));
+    detectionLine_.append(output_.buffer(), map);
   }
   output_.buffer().push_back('\n');
   output_.lineEnded();

@@ -10,17 +10,16 @@ Application::Application(Messenger& messenger, ReplyHandler onReply)
 void Application::call(std::string method, std::optional<EncodableValue> arguments) {
   const std::int64_t number = ++calls_;
   const FlutterMethodCall methodCall{std::move(method), std::move(arguments)};
-  messenger_.invokeMethod(
-      methodChannel, methodCall,
-      [onReply = onReply_, number, name = methodCall.method](FlutterReply value) {
-        onReply({number, name, std::move(value)});
-      });
+  auto onValue = [onReply = onReply_, number, name = methodCall.method](FlutterReply value) {
+    onReply({number, name, std::move(value)});
+  };
+  messenger_.invokeMethod(kMethodChannel, methodCall, std::move(onValue));
 }
 
 void Application::listen(FlutterEventSink sink) {
-  messenger_.listen(eventChannel, std::move(sink));
+  messenger_.listen(kEventChannel, std::move(sink));
 }
 
-void Application::cancel() { messenger_.cancel(eventChannel); }
+void Application::cancel() { messenger_.cancel(kEventChannel); }
 
 }  // namespace nimbrel

@@ -13,8 +13,8 @@ namespace nimbrel {
 /// The application at the other end of the plug-in's two channels.
 class Application {
  public:
-  static constexpr const char* methodChannel = "com.quorvane.nimbrel/methods";
-  static constexpr const char* eventChannel = "com.quorvane.nimbrel/events";
+  static constexpr const char* kMethodChannel = "com.quorvane.nimbrel/methods";
+  static constexpr const char* kEventChannel = "com.quorvane.nimbrel/events";
 
   /// An answer to one call, the first call of the application being number 1.
   struct Reply {

@@ -1,25 +1,15 @@
 #include "host/phone/BluetoothService.hpp"
 
 #include <algorithm>
+#include <cassert>
 #include <utility>
 
 #include "host/phone/Notify.hpp"
+#include "host/phone/Rules.hpp"
 
 namespace nimbrel {
 
-namespace {
-
-constexpr MainQueue::Time kDiscoveryInterval = std::chrono::seconds(1);
-
-bool areEqual(const std::optional<std::vector<std::uint8_t>>& kept,
-              const std::optional<std::span<const std::uint8_t>>& heard) {
-  return kept.has_value() == heard.has_value() &&
-         (!kept.has_value() || std::ranges::equal(*kept, *heard));
-}
-
-}  // namespace
-
-/// The service as one holder of a central manager sees it.
+/// A central manager, with its delegate and its scan.
 class BluetoothService::Manager final : public CBCentralManager {
  public:
   Manager(BluetoothService& service, std::weak_ptr<CBCentralManagerDelegate> delegate)
@@ -34,20 +24,24 @@ class BluetoothService::Manager final : public CBCentralManager {
     return delegate_.lock();
   }
 
+  [[nodiscard]] bool isScanning() const { return isScanning_; }
+
   [[nodiscard]] CBManagerState state() const override { return service_.state_; }
   void scanForPeripherals(const std::optional<std::vector<UUID>>& services,
                           const CBScanOptions& options) override {
+    assert(state() == CBManagerState::poweredOn);
     service_.observer_.requested({"scanForPeripherals", {}, Request::Scan{services, options}});
-    service_.isScanning_ = true;
+    isScanning_ = true;
   }
   void stopScan() override {
     service_.observer_.requested({"stopScan", {}, {}});
-    service_.isScanning_ = false;
+    isScanning_ = false;
   }
 
  private:
   BluetoothService& service_;
   std::weak_ptr<CBCentralManagerDelegate> delegate_;
+  bool isScanning_ = false;
 };
 
 BluetoothService::BluetoothService(CBManagerState state, MainQueue& queue, PhoneObserver& observer)
@@ -83,35 +77,34 @@ void BluetoothService::discover(const CBPeripheral& peripheral, const CBAdvertis
   });
 }
 
-void BluetoothService::hear(const Sighting& sighting) {
-  if (!isScanning_ || state_ != CBManagerState::poweredOn) {
-    return;
+bool BluetoothService::isListening() const {
+  return state_ == CBManagerState::poweredOn &&
+         std::ranges::any_of(managers_, &Manager::isScanning);
+}
+
+ScanOutcome BluetoothService::hear(const DeviceAddress& address, Device& device,
+                                   std::optional<Device::Bytes> manufacturerData, double rssi) {
+  if (!isListening()) {
+    return ScanOutcome::deaf;
   }
-  const auto [place, isNew] = devices_.try_emplace(sighting.address);
-  Device& device = place->second;
-  const bool isSameName = device.peripheral.name == sighting.name;
-  const bool isSameData = areEqual(device.manufacturerData, sighting.manufacturerData);
-  if (isNew) {
-    device.peripheral.identifier = peripheralIdentifier(sighting.address);
-  } else if (isSameName && isSameData && queue_.now() - device.discovered < kDiscoveryInterval) {
-    return;
+  if (!device.isChanged && queue_.now() - device.lastDiscovered < rules::kDiscoveryInterval) {
+    return ScanOutcome::coalesced;
   }
-  if (!isSameName) {
-    device.peripheral.name = sighting.name;
-  }
-  if (!isSameData) {
-    if (const auto& heard = sighting.manufacturerData) {
-      device.manufacturerData.emplace(heard->begin(), heard->end());
-    } else {
-      device.manufacturerData.reset();
-    }
-  }
-  device.discovered = queue_.now();
+  device.isChanged = false;
+  device.lastDiscovered = queue_.now();
+  peripheral_.identifier = peripheralIdentifier(address);
+  peripheral_.name = device.name();
   CBAdvertisementData data;
-  if (sighting.manufacturerData.has_value()) {
-    data.manufacturerData = *sighting.manufacturerData;
+  if (manufacturerData.has_value()) {
+    data.manufacturerData = *manufacturerData;
   }
-  discover(device.peripheral, data, sighting.rssi);
+  observer_.discovered(peripheral_, data);
+  notifyDelegates(managers_, [&](auto& delegate, auto& manager) {
+    if (manager.isScanning()) {
+      delegate.centralManagerDidDiscover(manager, peripheral_, data, rssi);
+    }
+  });
+  return ScanOutcome::discovered;
 }
 
 UUID peripheralIdentifier(const DeviceAddress& address) {

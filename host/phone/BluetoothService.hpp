@@ -1,61 +1,57 @@
 #pragma once
 
-#include <cstdint>
 #include <memory>
 #include <optional>
-#include <unordered_map>
 #include <vector>
 
-#include "host/air/Sighting.hpp"
-#include "host/phone/MainQueue.hpp"
+#include "host/air/Advertisement.hpp"
+#include "host/base/MainQueue.hpp"
+#include "host/phone/Device.hpp"
 #include "host/phone/Request.hpp"
 #include "platform/CoreBluetooth.hpp"
 
 namespace nimbrel {
 
-/// The phone's Bluetooth: its state, the scan, and the discoveries that the scan gives rise to.
+/// The phone's Bluetooth: its state, the scans, and the discoveries that they lead to.
 class BluetoothService {
  public:
-  /// The service reports to `observer` what it is asked. Queue and observer outlive it.
+  /// Requests are reported to `observer`. REQUIRES: queue and observer outlive the service, and the
+  /// queue runs no task once the service is gone.
   BluetoothService(CBManagerState state, MainQueue& queue, PhoneObserver& observer);
   BluetoothService(const BluetoothService&) = delete;
   BluetoothService& operator=(const BluetoothService&) = delete;
   ~BluetoothService();
 
-  // The plug-in's end
+  // For the plug-in
 
+  /// The manager has a scan of its own. REQUIRES: the service outlives it.
   std::unique_ptr<CBCentralManager> makeManager(std::weak_ptr<CBCentralManagerDelegate> delegate);
 
-  // Controls: each makes the one callback that it names, in every manager's delegate
+  // Controls: each makes the callback that it names, in the delegate of every manager
 
   [[nodiscard]] CBManagerState state() const { return state_; }
   void changeState(CBManagerState state);
+  /// Whether a scan runs or not.
   void discover(const CBPeripheral& peripheral, const CBAdvertisementData& data, double rssi);
-  [[nodiscard]] bool isScanning() const { return isScanning_; }
 
   // The air
 
-  /// A device is heard. Repeats of an unchanged payload are coalesced to one discovery a second.
-  void hear(const Sighting& sighting);
+  /// Whether a scan runs with Bluetooth on.
+  [[nodiscard]] bool isListening() const;
 
-  /// How many devices a scan has discovered.
-  [[nodiscard]] std::size_t deviceCount() const { return devices_.size(); }
+  /// A device is heard, and scans see `manufacturerData` of it. Every running scan discovers it,
+  /// unless it is unchanged and was discovered within the last second.
+  ScanOutcome hear(const DeviceAddress& address, Device& device,
+                   std::optional<Device::Bytes> manufacturerData, double rssi);
 
  private:
   class Manager;
 
-  struct Device {
-    CBPeripheral peripheral;
-    std::optional<std::vector<std::uint8_t>> manufacturerData;
-    MainQueue::Time discovered{};
-  };
-
   MainQueue& queue_;
   PhoneObserver& observer_;
   CBManagerState state_;
-  bool isScanning_ = false;
   std::vector<Manager*> managers_;
-  std::unordered_map<DeviceAddress, Device, DeviceAddressHash> devices_;
+  CBPeripheral peripheral_;  // the one being discovered; keeps the memory of its name
 };
 
 /// The identifier of a device as this phone's applications know it: a UUID of version 8 (RFC 9562,

@@ -2,18 +2,31 @@
 
 #include <utility>
 
-#include "Classes/bluetooth/AdvertisementDecoding.hpp"
+#include "Classes/bluetooth/BeaconFrame.hpp"
+#include "host/air/AdvertisingData.hpp"
+#include "host/phone/Rules.hpp"
 
 namespace nimbrel {
+
+namespace {
+
+std::optional<BeaconFrame> frameIn(const std::optional<Device::Bytes>& manufacturerData) {
+  return manufacturerData.has_value() ? frames::iBeacon(*manufacturerData) : std::nullopt;
+}
+
+}  // namespace
 
 Phone::Phone(const Setup& setup, MainQueue& queue, PhoneObserver& observer)
     : queue_(queue),
       observer_(observer),
       systemVersion_(setup.systemVersion),
       hasLocationManager_(setup.hasLocationManager),
+      withholdsBeacons_(setup.withholdsBeacons),
       clock_(setup.clock),
       location_(setup.location, queue, observer),
       bluetooth_(setup.bluetooth, queue, observer),
+      devices_({.joinsScanResponse = setup.systemVersion < rules::kHidesScanResponseFrom,
+                .withholdsBeacons = setup.withholdsBeacons}),
       hasConsole_(setup.hasConsole) {}
 
 void Phone::setClock(MainQueue::Time sinceEpoch) {
@@ -21,14 +34,39 @@ void Phone::setClock(MainQueue::Time sinceEpoch) {
   clockOffset_ = sinceEpoch - queue_.now();
 }
 
+void Phone::hear(const Advertisement& advertisement, double rssi) {
+  const auto data = AdvertisingData::parse(advertisement.data);
+  Device& device =
+      devices_.hear(advertisement.address, data, advertisement.isScanResponse, queue_.now());
+  // The advertisement's manufacturer data hides that of the scan response.
+  const bool isHidden =
+      advertisement.isScanResponse && device.part(Device::Part::advertised).has_value();
+  pass(advertisement.address, device, frameIn(data.manufacturerData), isHidden, rssi);
+}
+
 void Phone::hear(const Sighting& sighting) {
-  bluetooth_.hear(sighting);
-  if (bluetooth_.state() == CBManagerState::poweredOn && sighting.carriesManufacturerData &&
-      sighting.manufacturerData.has_value()) {
-    if (const auto frame = frames::iBeacon(*sighting.manufacturerData)) {
-      location_.hear(*frame, sighting.rssi);
+  Device& device =
+      devices_.hear(sighting.address, sighting.name, sighting.manufacturerData, queue_.now());
+  pass(sighting.address, device, frameIn(sighting.manufacturerData), false, sighting.rssi);
+}
+
+void Phone::pass(const DeviceAddress& address, Device& device,
+                 const std::optional<BeaconFrame>& frame, bool isHidden, double rssi) {
+  ScanOutcome scan = ScanOutcome::deaf;
+  if (!withholdsBeacons_ || !frame.has_value() || isHidden) {
+    scan = bluetooth_.hear(address, device, devices_.visibleManufacturerData(device), rssi);
+  } else if (bluetooth_.isListening()) {
+    scan = ScanOutcome::withheld;
+  }
+  RangingOutcome ranging = RangingOutcome::deaf;
+  if (bluetooth_.state() == CBManagerState::poweredOn && location_.isPermitted()) {
+    if (!frame.has_value()) {
+      ranging = RangingOutcome::noFrame;
+    } else {
+      ranging = isHidden ? RangingOutcome::hidden : location_.hear(*frame, rssi);
     }
   }
+  observer_.heard(device.name(), scan, ranging);
 }
 
 std::unique_ptr<CLLocationManager> Phone::makeLocationManager() {

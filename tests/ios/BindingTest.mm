@@ -5,10 +5,10 @@
 #include <set>
 #include <utility>
 
-#include "ios/Classes/CentralManagerBinding.h"
-#include "ios/Classes/ChannelConversions.h"
-#include "ios/Classes/FoundationConversions.h"
-#include "ios/Classes/LocationManagerBinding.h"
+#include "ios/nimbrel/Sources/nimbrel/CentralManagerBinding.h"
+#include "ios/nimbrel/Sources/nimbrel/ChannelConversions.h"
+#include "ios/nimbrel/Sources/nimbrel/FoundationConversions.h"
+#include "ios/nimbrel/Sources/nimbrel/LocationManagerBinding.h"
 #include "tests/ios/World.h"
 
 namespace nimbrel {
@@ -225,8 +225,8 @@ TEST_F(Binding, ScansForServicesWhereSomeAreAskedFor) {
   const UUID service = ios::uuidFrom(uuid(@"e2c56db5-dffb-48d2-b060-d0f5a71096e0"));
   ios::CentralManagerBinding(central).scanForPeripherals(std::vector{service},
                                                          {.allowDuplicates = true});
-  EXPECT_EQ(central.lastScan.services, std::vector{service});
-  EXPECT_TRUE(central.lastScan.options.allowDuplicates);
+  EXPECT_EQ(central.lastServices, std::vector{service});
+  EXPECT_TRUE(central.lastOptions.allowDuplicates);
 }
 
 TEST_F(Binding, PlaysADetectionInFilterMode) {

@@ -1,6 +1,6 @@
-#include "ios/Classes/BluetoothConversions.h"
-#include "ios/Classes/ChannelConversions.h"
-#include "ios/Classes/FoundationConversions.h"
+#include "ios/nimbrel/Sources/nimbrel/BluetoothConversions.h"
+#include "ios/nimbrel/Sources/nimbrel/ChannelConversions.h"
+#include "ios/nimbrel/Sources/nimbrel/FoundationConversions.h"
 
 #include <gtest/gtest.h>
 
@@ -11,6 +11,12 @@ namespace nimbrel::ios {
 namespace {
 
 const EncodableValue kNull;
+
+EncodableMap mapOf(const EncodableValue& key, const EncodableValue& value) {
+  EncodableMap map;
+  map.emplace_back(key, value);
+  return map;
+}
 
 class Conversions : public testing::Test {
  protected:
@@ -29,6 +35,8 @@ TEST_F(Conversions, TellEachKindOfObjectApart) {
       {nil, kNull},
       {[NSNull null], kNull},
       {[NSDate dateWithTimeIntervalSince1970:0], kNull},
+      {[NSData dataWithBytes:"a" length:1], kNull},
+      {[FlutterStandardTypedData typedDataWithInt32:[NSData dataWithBytes:"abcd" length:4]], kNull},
       {[NSNumber numberWithBool:YES], true},
       {[NSNumber numberWithBool:NO], false},
       {[NSNumber numberWithChar : 1], std::int64_t { 1 }},
@@ -45,14 +53,9 @@ TEST_F(Conversions, TellEachKindOfObjectApart) {
        std::string("a\0b", 3)},
       {[NSArray arrayWithObjects : @"a", [NSNull null], [NSArray array], nil],
        EncodableList { "a", kNull, EncodableList() }},
-      {[NSDictionary dictionaryWithObject : @"v" forKey : [NSNumber numberWithInt:7]],
-       EncodableMap {
-         { std::int64_t{7}, "v" }
-       }},
-      {[NSDictionary dictionaryWithObject : [NSNull null] forKey : [NSNull null]],
-       EncodableMap {
-         { kNull, kNull }
-       }},
+      {[NSDictionary dictionaryWithObject:@"v" forKey:[NSNumber numberWithInt:7]],
+       mapOf(std::int64_t{7}, "v")},
+      {[NSDictionary dictionaryWithObject:[NSNull null] forKey:[NSNull null]], mapOf(kNull, kNull)},
   };
   for (const auto& [object, value] : cases) {
     EXPECT_EQ(valueFrom(object), value) << [[object description] UTF8String];
@@ -88,8 +91,11 @@ TEST_F(Conversions, KeepDataOfEveryLength) {
     NSData* data = [NSData dataWithBytes:bytes.data() length:length];
     const EncodableValue value(
         EncodableBytes(bytes.begin(), bytes.begin() + static_cast<long>(length)));
-    ASSERT_EQ(valueFrom(data), value);
-    ASSERT_TRUE([objectFrom(value) isEqual:data]);
+    ASSERT_EQ(valueFrom([FlutterStandardTypedData typedDataWithBytes:data]), value);
+    FlutterStandardTypedData* typed = objectFrom(value);
+    ASSERT_TRUE([typed isKindOfClass:[FlutterStandardTypedData class]]);
+    ASSERT_EQ([typed type], FlutterStandardDataTypeUInt8);
+    ASSERT_TRUE([[typed data] isEqual:data]);
   }
 }
 

@@ -19,7 +19,7 @@ class FoundationSetup : public testing::Environment {
   }
 };
 
-const testing::Environment* const environment =
+const testing::Environment* const kEnvironment =
     testing::AddGlobalTestEnvironment(new FoundationSetup);
 
 }  // namespace

@@ -3,9 +3,9 @@
 #include <optional>
 
 #include "host/engine/Registrar.hpp"
-#include "host/frameworks/Device.h"
-#include "host/frameworks/Engine.h"
-#import "ios/Classes/NimbrelPlugin.h"
+#import "ios/nimbrel/Sources/nimbrel/include/nimbrel/NimbrelPlugin.h"
+#include "tests/frameworks/Device.h"
+#include "tests/frameworks/Engine.h"
 #include "tests/support/Transcripts.hpp"
 
 namespace nimbrel::testing_support {
@@ -24,8 +24,8 @@ class ObjectiveCScenarios : public testing::TestWithParam<std::string> {
     }
     NimbrelPlugin* plugin = [[[NimbrelPlugin alloc] init] autorelease];
     const auto end = std::make_shared<fakes::ChannelEnd>(plugin);
-    messenger.setMethodCallHandler(Application::methodChannel, end);
-    messenger.setStreamHandler(Application::eventChannel, end);
+    messenger.setMethodCallHandler(Application::kMethodChannel, end);
+    messenger.setStreamHandler(Application::kEventChannel, end);
   }
 
   /// Made when the phone is there, and needed until the plug-in is gone.
@@ -42,7 +42,7 @@ TEST_P(ObjectiveCScenarios, PlayAsExpected) {
   const int managersLeft = device.value().liveManagers;
   // Its phone is gone, to which it would pass on what a failure prints.
   device.reset();
-  EXPECT_EQ(difference, "");
+  EXPECT_TRUE(difference.empty()) << difference;
   EXPECT_EQ(managersLeft, 0);
 }
 

@@ -11,10 +11,10 @@
 
 #include "host/engine/Messenger.hpp"
 #include "host/engine/Registrar.hpp"
-#include "host/frameworks/Device.h"
-#include "host/frameworks/Engine.h"
 #include "host/phone/Phone.hpp"
-#import "ios/Classes/NimbrelPlugin.h"
+#import "ios/nimbrel/Sources/nimbrel/include/nimbrel/NimbrelPlugin.h"
+#include "tests/frameworks/Device.h"
+#include "tests/frameworks/Engine.h"
 
 namespace nimbrel {
 

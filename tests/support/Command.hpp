@@ -6,9 +6,9 @@
 
 namespace nimbrel::testing_support {
 
-/// What came of a run of the command.
+/// The result of running the command.
 struct Outcome {
-  int status;  // the exit status, or minus the signal that ended it
+  int status;  // the exit status, or the negative number of the signal that ended it
   std::string output;
   std::string errors;
 };
@@ -16,10 +16,10 @@ struct Outcome {
 /// Runs the command as a user would, in UTC, with `input` as its standard input.
 Outcome runCommand(const std::vector<std::string>& arguments, const std::string& input = "");
 
-/// The same, with the standard output going to an open file descriptor.
+/// The same, with an open file descriptor as the standard output.
 Outcome runCommandTo(int output, const std::vector<std::string>& arguments);
 
-/// A file in a folder of its own, gone at the end of the test.
+/// A file with some content, removed when the object goes out of scope.
 class TemporaryFile {
  public:
   explicit TemporaryFile(std::string_view content);

@@ -18,27 +18,66 @@ namespace {
 constexpr auto kAdapter = "org.bluez.Adapter1";
 constexpr auto kDevice = "org.bluez.Device1";
 
+#if NIMBREL_SDBUS_SERIES == 2
+
+void addObjectManager(sdbus::IConnection& connection) {
+  connection.addObjectManager(sdbus::ObjectPath("/"));
+}
+
+void addProperty(sdbus::IObject& object, const char* interface, const char* name, auto getter) {
+  object.addVTable(sdbus::registerProperty(name).withGetter(getter)).forInterface(interface);
+}
+
+void addMethod(sdbus::IObject& object, const char* interface, const char* name, auto action) {
+  object.addVTable(sdbus::registerMethod(name).implementedAs(action)).forInterface(interface);
+}
+
+void finish(sdbus::IObject& /*object*/) {}
+
+#else
+
+void addObjectManager(sdbus::IConnection& connection) {
+  connection.addObjectManager("/", sdbus::floating_slot);
+}
+
+void addProperty(sdbus::IObject& object, const char* interface, const char* name, auto getter) {
+  object.registerProperty(name).onInterface(interface).withGetter(getter);
+}
+
+void addMethod(sdbus::IObject& object, const char* interface, const char* name, auto action) {
+  object.registerMethod(name).onInterface(interface).implementedAs(action);
+}
+
+void finish(sdbus::IObject& object) { object.finishRegistration(); }
+
+#endif
+
+std::unique_ptr<sdbus::IObject> makeObject(sdbus::IConnection& connection,
+                                           const std::string& path) {
+  return sdbus::createObject(connection, sdbus::ObjectPath("/org/bluez/" + path));
+}
+
 }  // namespace
 
 PrivateBus::PrivateBus(const std::string& rule) {
-  folder = (std::filesystem::temp_directory_path() / "nimbrel-bus-XXXXXX").string();
-  if (mkdtemp(folder.data()) == nullptr) {
+  folder_ = (std::filesystem::temp_directory_path() / "nimbrel-bus-XXXXXX").string();
+  if (mkdtemp(folder_.data()) == nullptr) {
     std::abort();
   }
-  std::ofstream(folder + "/bus.conf") << R"(<!DOCTYPE busconfig PUBLIC
+  std::ofstream(folder_ + "/bus.conf") << R"(<!DOCTYPE busconfig PUBLIC
     "-//freedesktop//DTD D-Bus Bus Configuration 1.0//EN"
     "http://www.freedesktop.org/standards/dbus/1.0/busconfig.dtd">
-    <busconfig><listen>unix:path=)" << folder
-                                      << R"(/socket</listen><policy context="default">
+    <busconfig><listen>unix:path=)" << folder_
+                                       << R"(/socket</listen><policy context="default">
     <allow send_destination="*"/><allow receive_sender="*"/><allow own="*"/><allow user="*"/>)"
-                                      << rule << "</policy></busconfig>";
-  setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + folder + "/socket").c_str(), 1);
+                                       << rule << "</policy></busconfig>";
+  setenv("DBUS_SYSTEM_BUS_ADDRESS", ("unix:path=" + folder_ + "/socket").c_str(), 1);
   start();
 }
 
 PrivateBus::~PrivateBus() {
   stop();
-  std::filesystem::remove_all(folder);
+  std::filesystem::remove_all(folder_);
 }
 
 void PrivateBus::start() {
@@ -46,11 +85,11 @@ void PrivateBus::start() {
   if (pipe(ready.data()) != 0) {
     std::abort();
   }
-  daemon = fork();
-  if (daemon == 0) {
+  daemon_ = fork();
+  if (daemon_ == 0) {
     dup2(ready[1], STDOUT_FILENO);
     dup2(open("/dev/null", O_WRONLY | O_CLOEXEC), STDERR_FILENO);
-    execlp("dbus-daemon", "dbus-daemon", ("--config-file=" + folder + "/bus.conf").c_str(),
+    execlp("dbus-daemon", "dbus-daemon", ("--config-file=" + folder_ + "/bus.conf").c_str(),
            "--nofork", "--print-address", nullptr);
     _exit(127);
   }
@@ -63,107 +102,106 @@ void PrivateBus::start() {
 }
 
 void PrivateBus::stop() {
-  if (daemon != 0) {
-    kill(daemon, SIGKILL);
-    waitpid(std::exchange(daemon, 0), nullptr, 0);
+  if (daemon_ != 0) {
+    kill(daemon_, SIGKILL);
+    waitpid(std::exchange(daemon_, 0), nullptr, 0);
   }
 }
 
-FakeBluez::FakeBluez() : connection(sdbus::createSystemBusConnection("org.bluez")) {
-  connection->addObjectManager("/", sdbus::floating_slot);
-  connection->enterEventLoopAsync();
+FakeBluez::FakeBluez()
+    : connection_(sdbus::createSystemBusConnection(sdbus_series::ServiceName("org.bluez"))) {
+  addObjectManager(*connection_);
+  connection_->enterEventLoopAsync();
 }
 
 FakeBluez::~FakeBluez() {
-  connection->leaveEventLoop();
-  objects.clear();
+  connection_->leaveEventLoop();
+  objects_.clear();
 }
 
 void FakeBluez::addAdapter(const std::string& name, bool isPowered) {
-  auto object = sdbus::createObject(*connection, "/org/bluez/" + name);
-  object->registerProperty("Powered").onInterface(kAdapter).withGetter([=] { return isPowered; });
-  object->registerMethod("SetDiscoveryFilter")
-      .onInterface(kAdapter)
-      .implementedAs([this](const Properties& filter) {
-        const std::lock_guard lock(mutex);
-        requested += filter.at("Transport").get<std::string>() +
-                     (filter.at("DuplicateData").get<bool>() ? "+duplicates " : " ");
-      });
-  object->registerMethod("StartDiscovery").onInterface(kAdapter).implementedAs([this] {
-    startDiscovery();
+  auto object = makeObject(*connection_, name);
+  addProperty(*object, kAdapter, "Powered", [=] { return isPowered; });
+  addMethod(*object, kAdapter, "SetDiscoveryFilter", [this](const Properties& filter) {
+    const std::lock_guard lock(mutex_);
+    requested_ += filter.at("Transport").get<std::string>() +
+                  (filter.at("DuplicateData").get<bool>() ? "+duplicates " : " ");
   });
-  object->registerMethod("StopDiscovery").onInterface(kAdapter).implementedAs([this] {
-    const std::lock_guard lock(mutex);
-    requested += "stop ";
+  addMethod(*object, kAdapter, "StartDiscovery",
+            [this](sdbus::Result<>&& result) { startDiscovery(result); });
+  addMethod(*object, kAdapter, "StopDiscovery", [this] {
+    const std::lock_guard lock(mutex_);
+    requested_ += "stop ";
   });
   publish(std::move(object), kAdapter);
 }
 
-void FakeBluez::startDiscovery() {
+void FakeBluez::startDiscovery(const sdbus::Result<>& result) {
   {
-    const std::lock_guard lock(mutex);
-    requested += "start ";
-    if (!refusals.empty()) {
-      const std::string error = refusals.front();
-      refusals.erase(refusals.begin());
-      throw sdbus::Error(error, "refused");
+    const std::lock_guard lock(mutex_);
+    requested_ += "start ";
+    if (!refusals_.empty()) {
+      const std::string error = refusals_.front();
+      refusals_.erase(refusals_.begin());
+      return result.returnError(sdbus::Error(sdbus_series::ErrorName(error), "refused"));
     }
   }
-  discovering();
+  // As the daemon does, it answers before the first device is heard.
+  result.returnResults();
+  discovering_();
 }
 
 void FakeBluez::addDevice(const std::string& path, const Device& device) {
-  objects.erase("/org/bluez/" + path);
-  auto object = sdbus::createObject(*connection, "/org/bluez/" + path);
-  object->registerProperty("Address").onInterface(kDevice).withGetter(
-      [address = device.address] { return address; });
-  object->registerProperty("AddressType").onInterface(kDevice).withGetter([] {
-    return std::string("random");
-  });
+  objects_.erase("/org/bluez/" + path);
+  auto object = makeObject(*connection_, path);
+  addProperty(*object, kDevice, "Address", [address = device.address] { return address; });
+  addProperty(*object, kDevice, "AddressType", [] { return std::string("random"); });
   if (device.rssi.has_value()) {
-    object->registerProperty("RSSI").onInterface(kDevice).withGetter(
-        [rssi = *device.rssi] { return rssi; });
+    addProperty(*object, kDevice, "RSSI", [rssi = *device.rssi] { return rssi; });
   }
   std::map<std::uint16_t, sdbus::Variant> companies;
   for (const auto& [company, data] : device.manufacturerData) {
     companies.emplace(company, data);
   }
-  object->registerProperty("ManufacturerData").onInterface(kDevice).withGetter([companies] {
-    return companies;
-  });
+  addProperty(*object, kDevice, "ManufacturerData", [companies] { return companies; });
   publish(std::move(object), kDevice);
 }
 
 void FakeBluez::publish(std::unique_ptr<sdbus::IObject> object, const std::string& interface) {
-  object->finishRegistration();
-  object->emitInterfacesAddedSignal({interface});
-  objects[object->getObjectPath()] = std::move(object);
+  finish(*object);
+  object->emitInterfacesAddedSignal({sdbus_series::InterfaceName(interface)});
+  objects_[object->getObjectPath()] = std::move(object);
 }
 
-void FakeBluez::remove(const std::string& path) {
-  objects.at(path)->emitInterfacesRemovedSignal({kAdapter});
-  objects.erase(path);
+void FakeBluez::remove(const std::string& path, const std::string& interface) {
+  objects_.at(path)->emitInterfacesRemovedSignal({sdbus_series::InterfaceName(interface)});
+  objects_.erase(path);
 }
 
 void FakeBluez::changeAdapter(const std::string& name, const Properties& properties) {
-  change("/org/bluez/" + name, kAdapter, properties);
+  change(*objects_.at("/org/bluez/" + name), kAdapter, properties);
 }
 
-void FakeBluez::changeDevice(const std::string& path, const Properties& properties) {
-  change("/org/bluez/" + path, kDevice, properties);
+void FakeBluez::changeDevice(const std::string& path, const Properties& properties,
+                             const std::vector<std::string>& withdrawn) {
+  change(*objects_.at("/org/bluez/" + path), kDevice, properties, withdrawn);
 }
 
-void FakeBluez::change(const std::string& path, const std::string& interface,
-                       const Properties& properties) {
-  sdbus::IObject& object = *objects.at(path);
-  auto signal = object.createSignal("org.freedesktop.DBus.Properties", "PropertiesChanged");
-  signal << interface << properties << std::vector<std::string>();
+void FakeBluez::changeUnknown(const std::string& path, const Properties& properties) {
+  change(*makeObject(*connection_, path), kDevice, properties);
+}
+
+void FakeBluez::change(sdbus::IObject& object, const std::string& interface,
+                       const Properties& properties, const std::vector<std::string>& withdrawn) {
+  auto signal = object.createSignal(sdbus_series::InterfaceName("org.freedesktop.DBus.Properties"),
+                                    sdbus_series::SignalName("PropertiesChanged"));
+  signal << interface << properties << withdrawn;
   object.emitSignal(signal);
 }
 
 std::string FakeBluez::requests() const {
-  const std::lock_guard lock(mutex);
-  return requested.substr(0, requested.size() - (requested.empty() ? 0 : 1));
+  const std::lock_guard lock(mutex_);
+  return requested_.substr(0, requested_.size() - (requested_.empty() ? 0 : 1));
 }
 
 }  // namespace nimbrel::testing_support

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <sdbus-c++/sdbus-c++.h>
 #include <sys/types.h>
 
 #include <cstdint>
@@ -12,12 +11,14 @@
 #include <string>
 #include <vector>
 
+#include "host/bluez/Sdbus.hpp"
+
 namespace nimbrel::testing_support {
 
-/// A message bus of the test's own, which stands in for the system's.
+/// A private message bus that replaces the system bus.
 class PrivateBus {
  public:
-  /// `rule` is one more rule of the bus's policy.
+  /// Starts the bus. `rule` is an additional rule of its policy.
   explicit PrivateBus(const std::string& rule = "");
   ~PrivateBus();
   PrivateBus(const PrivateBus&) = delete;
@@ -27,12 +28,12 @@ class PrivateBus {
   void stop();
 
  private:
-  std::string folder;
-  pid_t daemon = 0;
+  std::string folder_;
+  pid_t daemon_ = 0;
 };
 
-/// A Bluetooth daemon without radios, on the bus that stands in for the system's. It answers in a
-/// thread of its own, as another program would.
+/// A Bluetooth daemon without radios on the private bus. It answers from its own thread, as a
+/// separate program would.
 class FakeBluez {
  public:
   using Properties = std::map<std::string, sdbus::Variant>;
@@ -49,33 +50,42 @@ class FakeBluez {
   FakeBluez& operator=(const FakeBluez&) = delete;
 
   void addAdapter(const std::string& name, bool isPowered = true);
-  void removeAdapter(const std::string& name) { remove("/org/bluez/" + name); }
+  void removeAdapter(const std::string& name) {
+    remove("/org/bluez/" + name, "org.bluez.Adapter1");
+  }
   void changeAdapter(const std::string& name, const Properties& properties);
 
   /// `path` is "hci0/dev_1".
   void addDevice(const std::string& path, const Device& device);
-  void changeDevice(const std::string& path, const Properties& properties);
+  void changeDevice(const std::string& path, const Properties& properties,
+                    const std::vector<std::string>& withdrawn = {});
+  void removeDevice(const std::string& path) { remove("/org/bluez/" + path, "org.bluez.Device1"); }
+  /// Says that properties of a device changed that is not there.
+  void changeUnknown(const std::string& path, const Properties& properties);
 
-  /// What the next requests for a discovery are refused with.
-  void refuse(std::vector<std::string> errors) { refusals = std::move(errors); }
-  /// Has `action` happen whenever a discovery starts.
-  void whenDiscovering(std::function<void()> action) { discovering = std::move(action); }
+  /// The error with which the next requests for a discovery are refused.
+  void refuse(std::vector<std::string> errors) { refusals_ = std::move(errors); }
+  /// Answers nothing from now on.
+  void hang() { connection_->leaveEventLoop(); }
+  /// Runs `action` whenever a discovery starts.
+  void whenDiscovering(std::function<void()> action) { discovering_ = std::move(action); }
 
   /// The requests so far: "le+duplicates start stop".
   [[nodiscard]] std::string requests() const;
 
  private:
-  void startDiscovery();
+  void startDiscovery(const sdbus::Result<>& result);
   void publish(std::unique_ptr<sdbus::IObject> object, const std::string& interface);
-  void remove(const std::string& path);
-  void change(const std::string& path, const std::string& interface, const Properties& properties);
+  void remove(const std::string& path, const std::string& interface);
+  static void change(sdbus::IObject& object, const std::string& interface,
+                     const Properties& properties, const std::vector<std::string>& withdrawn = {});
 
-  mutable std::mutex mutex;
-  std::string requested;
-  std::vector<std::string> refusals;
-  std::function<void()> discovering = [] {};
-  std::unique_ptr<sdbus::IConnection> connection;
-  std::map<std::string, std::unique_ptr<sdbus::IObject>> objects;
+  mutable std::mutex mutex_;
+  std::string requested_;
+  std::vector<std::string> refusals_;
+  std::function<void()> discovering_ = [] {};
+  std::unique_ptr<sdbus::IConnection> connection_;
+  std::map<std::string, std::unique_ptr<sdbus::IObject>> objects_;
 };
 
 }  // namespace nimbrel::testing_support

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -20,31 +20,31 @@
 
 namespace nimbrel::testing_support {
 
-/// Writes down what the plug-in says and asks.
+/// Records the diagnostic lines and the requests of the plug-in.
 class Notebook final : public PhoneObserver {
  public:
   void logged(std::string_view line) override { lines.emplace_back(line); }
   void requested(const Request& request) override {
     requests.push_back(std::string(request.operation) +
                        (request.region.has_value() ? " " + request.region->identifier : ""));
-  }
-
-  [[nodiscard]] bool hasLine(std::string_view line) const {
-    return std::find(lines.begin(), lines.end(), line) != lines.end();
+    if (onRequest) {
+      onRequest(request.operation);
+    }
   }
 
   std::vector<std::string> lines;
   std::vector<std::string> requests;
+  std::function<void(std::string_view operation)> onRequest;
 };
 
-/// A registered plug-in on a phone, and an application that listens to it.
+/// A registered plug-in on a phone, and an application that listens to its events.
 class PluginTest : public ::testing::Test {
  protected:
   static constexpr const char* kUuid = "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0";
 
   PluginTest() { start({}); }
 
-  /// A new phone and a new registration, in place of what was there.
+  /// Starts over with a new phone and a new registration.
   void start(const Phone::Setup& setup) {
     messenger = std::make_unique<Messenger>();
     phone = std::make_unique<Phone>(setup, queue, notebook);
@@ -59,7 +59,7 @@ class PluginTest : public ::testing::Test {
     notebook = {};
   }
 
-  /// Ends the plug-in as the host framework does: by letting go of its channels.
+  /// Destroys the plug-in as the host framework does, by releasing its channels.
   void letGo() { messenger = std::make_unique<Messenger>(); }
 
   void startDetection(EncodableList filters = {}) {
@@ -74,16 +74,16 @@ class PluginTest : public ::testing::Test {
     return map;
   }
 
-  /// A discovery of the one device `Beacon`.
+  /// Reports a discovery of a device named `Beacon`.
   void discover(double rssi = -60.0) {
     const CBPeripheral peripheral{*parseUuid("0F1E2D3C-4B5A-6978-8796-A5B4C3D2E1F0"), "Beacon"};
     phone->bluetooth().discover(peripheral, {}, rssi);
   }
 
-  void range(std::int64_t major = 1) {
+  /// Reports a ranged beacon.
+  void range() {
     CLBeacon beacon;
     beacon.uuid = *parseUuid(kUuid);
-    beacon.major = major;
     phone->location().reportRanging({beacon}, {beacon.uuid, "somewhere"});
   }
 

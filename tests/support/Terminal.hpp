@@ -3,26 +3,40 @@
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <pty.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <string>
 #include <string_view>
 
 namespace nimbrel {
 
-/// A terminal with a program at one end and a test, as its user, at the other.
+/// A terminal with a program at one end and a test, as its user, at the other. TerminalTest skips
+/// tests where the machine has none.
 class Terminal {
  public:
   Terminal(unsigned short columns, unsigned short lines) {
     const winsize size{lines, columns, 0, 0};
-    EXPECT_EQ(openpty(&user_, &program_, nullptr, nullptr, &size), 0);
+    if (openpty(&user_, &program_, nullptr, nullptr, &size) != 0) {
+      problem_ = std::strerror(errno);
+    }
   }
   Terminal(const Terminal&) = delete;
   Terminal& operator=(const Terminal&) = delete;
   ~Terminal() {
     close(user_);
     close(program_);
+  }
+
+  /// Why there is no terminal; empty where there is one.
+  [[nodiscard]] const std::string& problem() const { return problem_; }
+
+  void resize(unsigned short columns, unsigned short lines) const {
+    const winsize size{lines, columns, 0, 0};
+    EXPECT_EQ(ioctl(user_, TIOCSWINSZ, &size), 0);
   }
 
   /// The descriptor of the program's end.
@@ -53,7 +67,21 @@ class Terminal {
  private:
   int user_ = -1;
   int program_ = -1;
+  std::string problem_;
   std::string shown_;
+};
+
+/// A test on a terminal of its own, of four lines of 73 characters.
+class TerminalTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!terminal.problem().empty()) {
+      GTEST_SKIP() << "there is no pseudo-terminal here (is /dev/pts mounted?): "
+                   << terminal.problem();
+    }
+  }
+
+  Terminal terminal{73, 4};
 };
 
 }  // namespace nimbrel

@@ -1,23 +1,36 @@
 #pragma once
 
+#include <functional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "host/cli/Simulation.hpp"
+#include "host/scenario/Simulation.hpp"
 
 namespace nimbrel::testing_support {
 
-/// The scenarios below tests/scenarios that have an expected transcript, as paths from there
-/// without their ending: "core/stop-when-idle".
+/// The scenarios below tests/scenarios, as paths from there without an extension:
+/// "core/stop-when-idle". A scenario or an expected transcript without the other is among them.
 std::vector<std::string> scenarioNames();
 
-/// Plays a scenario and tells the first difference from its expected transcript; empty where there
-/// is none. Lines are compared as JSON: integers and floating-point numbers of an event differ in
-/// kind, floating-point numbers are equal within a hundred-thousandth.
+/// The text of a scenario.
+std::string scenarioText(const std::string& name);
+
+/// What `write` puts into the output that it is given.
+std::string written(const std::function<void(Output&)>& write);
+
+/// Plays a scenario. Returns the first difference from its expected transcript for a person to
+/// read, or an empty text if there is none.
 std::string transcriptDifference(const std::string& name,
                                  const PluginAttachment& attach = attachPlugin);
 
-/// A scenario's name as a test's: letters, digits and underscores.
+/// Compares two transcripts line by line as JSON; `file` names the expected one in the result. In
+/// events, integers and floating-point numbers are different, and floating-point numbers are equal
+/// within a hundred-thousandth. All other numbers must be the same.
+std::string firstDifference(const std::string& expected, const std::string& actual,
+                            std::string_view file);
+
+/// A scenario's name as the name of a test: letters, digits and underscores.
 std::string testName(std::string name);
 
 }  // namespace nimbrel::testing_support

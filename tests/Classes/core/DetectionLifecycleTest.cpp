@@ -28,6 +28,19 @@ TEST_F(DetectionLifecycle, ReadsArgumentsOnlyFromMapsWhoseKeysAreAllText) {
   EXPECT_FALSE(repliedTrue(2));
 }
 
+TEST_F(DetectionLifecycle, RangesNoFurtherRegionOnceThePermissionIsWithdrawn) {
+  notebook.onRequest = [this](std::string_view operation) {
+    if (operation == "startRangingBeacons") {
+      phone->location().changeAuthorization(CLAuthorizationStatus::denied);
+    }
+  };
+  startDetection({filter(), filter("0A1B2C3D-4E5F-4071-8293-A4B5C6D7E8F9")});
+  EXPECT_EQ(notebook.requests, (std::vector<std::string>{"startMonitoring beacon_E2C56DB5",
+                                                         "startRangingBeacons beacon_E2C56DB5",
+                                                         "startMonitoring beacon_0A1B2C3D"}));
+  EXPECT_TRUE(repliedTrue(1));
+}
+
 TEST_F(DetectionLifecycle, TakesBytesAndListsForNeitherTextNorMap) {
   startDetection({EncodableBytes{1, 2, 3}});
   EXPECT_EQ(notebook.lines.front(), "🎯 Starting detection with 0 filters");

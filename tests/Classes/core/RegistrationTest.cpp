@@ -3,7 +3,7 @@
 namespace nimbrel::testing_support {
 namespace {
 
-/// A registrar that writes down the steps of a registration.
+/// A registrar that records the steps of a registration.
 class WatchedRegistrar final : public FlutterPluginRegistrar, public FlutterBinaryMessenger {
  public:
   explicit WatchedRegistrar(std::vector<std::string>& steps) : steps_(steps) {}
@@ -14,11 +14,11 @@ class WatchedRegistrar final : public FlutterPluginRegistrar, public FlutterBina
   }
   std::unique_ptr<FlutterMethodChannel> methodChannelWithName(std::string_view name) override {
     steps_.push_back("methods " + std::string(name));
-    return std::make_unique<MethodChannel>(line_, name);
+    return std::make_unique<MethodChannel>(messenger_, name);
   }
   std::unique_ptr<FlutterEventChannel> eventChannelWithName(std::string_view name) override {
     steps_.push_back("events " + std::string(name));
-    return line_.eventChannelWithName(name);
+    return messenger_.eventChannelWithName(name);
   }
   void addMethodCallDelegate(std::shared_ptr<FlutterPlugin> /*delegate*/,
                              FlutterMethodChannel& /*channel*/) override {
@@ -27,10 +27,10 @@ class WatchedRegistrar final : public FlutterPluginRegistrar, public FlutterBina
 
  private:
   std::vector<std::string>& steps_;
-  Messenger line_;
+  Messenger messenger_;
 };
 
-TEST(RegistrationSteps, OpenBothChannelsBeforeThePluginIsConnected) {
+TEST(Registration, OpensBothChannelsAndThenConnectsThePlugin) {
   std::vector<std::string> steps;
   MainQueue queue;
   Notebook notebook;
@@ -46,12 +46,11 @@ TEST(RegistrationSteps, OpenBothChannelsBeforeThePluginIsConnected) {
 
 class Lifetime : public PluginTest {};
 
-TEST_F(Lifetime, EndsWithTheChannelsAndLeavesTheRunBehind) {
+TEST_F(Lifetime, EndsWithTheChannelsAndDoesNotStopTheRun) {
   startDetection({filter()});
   notebook = {};
   letGo();
   EXPECT_TRUE(notebook.requests.empty());
-  EXPECT_TRUE(phone->location().isRanging("beacon_E2C56DB5"));
   range();
   phone->bluetooth().changeState(CBManagerState::poweredOn);
   EXPECT_TRUE(notebook.lines.empty());
@@ -82,23 +81,47 @@ TEST_F(Lifetime, KeepsTwoRegistrationsApart) {
   std::vector<EncodableValue> otherEvents;
   Application other(otherMessenger, [](const auto& /*reply*/) {});
   other.listen([&](const EncodableValue& event) { otherEvents.push_back(event); });
-  startDetection({filter()});  // silences the discoveries of the first plug-in alone
+  startDetection({filter()});  // with filters, the first plug-in ignores discoveries
   discover();
   queue.drain();
   EXPECT_TRUE(events.empty());
   EXPECT_EQ(otherEvents.size(), 1U);
 }
 
-TEST_F(Lifetime, LetsAListenerStopListeningWhileItTakesAnEvent) {
-  int taken = 0;
-  application->listen([&](const EncodableValue& /*event*/) {
-    ++taken;
-    application->cancel();
-  });
+class EventStream : public PluginTest {};
+
+TEST_F(EventStream, KeepsTheSinkThatItCallsWhenTheApplicationListensAgain) {
+  auto token = std::make_shared<int>(0);
+  const std::weak_ptr<int> sink = token;
+  bool isSinkKept = false;
+  int takenByTheNext = 0;
+  const auto listenAgain = [&] {
+    application->listen([&](const EncodableValue& /*event*/) { ++takenByTheNext; });
+    isSinkKept = !sink.expired();
+  };
+  application->listen(
+      [&listenAgain, held = std::move(token)](const EncodableValue& /*event*/) { listenAgain(); });
   discover();
   discover(-70.0);
   queue.drain();
-  EXPECT_EQ(taken, 1);
+  EXPECT_TRUE(isSinkKept);
+  EXPECT_TRUE(sink.expired());
+  EXPECT_EQ(takenByTheNext, 1);
+}
+
+TEST_F(EventStream, ReplacesItsSinkWithoutACancelInBetween) {
+  const auto plugin = std::make_shared<NimbrelPlugin>(*phone);
+  const auto central = phone->makeCentralManager(plugin);
+  std::string taken;
+  EXPECT_FALSE(plugin->onCancel({}).has_value());
+  for (const char* const sink : {"first ", "second "}) {
+    const auto refusal =
+        plugin->onListen({}, [&taken, sink](const auto& /*event*/) { taken += sink; });
+    EXPECT_FALSE(refusal.has_value());
+  }
+  discover();
+  queue.drain();
+  EXPECT_EQ(taken, "second ");
 }
 
 }  // namespace

@@ -16,42 +16,58 @@ BeaconFilter filterWith(const char* key, EncodableValue value) {
 }
 
 TEST(BeaconFilter, TakesEveryNumberThatConvertsTo64BitsWithoutLoss) {
-  constexpr auto most = std::numeric_limits<std::int64_t>::max();
-  constexpr auto least = std::numeric_limits<std::int64_t>::min();
+  constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
+  constexpr auto kLeast = std::numeric_limits<std::int64_t>::min();
   const std::vector<std::pair<EncodableValue, std::int64_t>> cases = {
       {std::int64_t{70000}, 70000},
-      {most, most},
+      {kMost, kMost},
       {5.0, 5},
       {-0.0, 0},
-      {-9223372036854775808.0, least},
+      {-9223372036854775808.0, kLeast},
       {9223372036854774784.0, 9223372036854774784},
-      // From here on, none converts.
-      {9223372036854775808.0, BeaconFilter::any},
-      {-9223372036854777856.0, BeaconFilter::any},
-      {5.5, BeaconFilter::any},
-      {std::nan(""), BeaconFilter::any},
-      {std::numeric_limits<double>::infinity(), BeaconFilter::any},
-      {true, BeaconFilter::any},
-      {"5", BeaconFilter::any},
-      {std::monostate{}, BeaconFilter::any},
-      {EncodableBytes{5}, BeaconFilter::any},
+      // None of the following converts.
+      {9223372036854775808.0, BeaconFilter::kAny},
+      {-9223372036854777856.0, BeaconFilter::kAny},
+      {5.5, BeaconFilter::kAny},
+      {std::nan(""), BeaconFilter::kAny},
+      {std::numeric_limits<double>::infinity(), BeaconFilter::kAny},
+      {true, BeaconFilter::kAny},
+      {"5", BeaconFilter::kAny},
+      {std::monostate{}, BeaconFilter::kAny},
+      {EncodableBytes{5}, BeaconFilter::kAny},
   };
   for (std::size_t index = 0; index < cases.size(); ++index) {
     EXPECT_EQ(filterWith("majorId", cases[index].first).majorId(), cases[index].second) << index;
     EXPECT_EQ(filterWith("minorId", cases[index].first).minorId(), cases[index].second) << index;
   }
+  EXPECT_EQ(filterWith("majorIds", std::int64_t{5}).majorId(), BeaconFilter::kAny);
 }
 
-TEST(BeaconFilter, AcceptsBeaconsOfItsUuidAndOfItsNumbersUnlessTheyAreAny) {
-  const BeaconFilter filter = filterWith("majorId", std::int64_t{1});
+TEST(BeaconFilter, AcceptsItsOwnNumbersAndEveryNumberWhereItHasMinusOne) {
+  struct Case {
+    std::int64_t wanted;
+    std::int64_t sent;
+    bool isAccepted;
+  };
   const std::string uuid = "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0";
-  EXPECT_TRUE(filter.accepts(uuid, 1, 0));
-  EXPECT_TRUE(filter.accepts(uuid, 1, 65535));
-  EXPECT_FALSE(filter.accepts(uuid, 2, 0));
-  EXPECT_FALSE(filter.accepts("F2C56DB5-DFFB-48D2-B060-D0F5A71096E0", 1, 0));
+  for (const auto& [wanted, sent, isAccepted] : std::vector<Case>{{1, 1, true},
+                                                                  {1, 0, false},
+                                                                  {0, 0, true},
+                                                                  {0, 1, false},
+                                                                  {65535, 65535, true},
+                                                                  {65535, -1, false},
+                                                                  {-1, 0, true},
+                                                                  {-1, 65535, true},
+                                                                  {-2, 0, false},
+                                                                  {-2, 65534, false}}) {
+    EXPECT_EQ(filterWith("majorId", wanted).accepts(uuid, sent, 7), isAccepted) << wanted << sent;
+    EXPECT_EQ(filterWith("minorId", wanted).accepts(uuid, 7, sent), isAccepted) << wanted << sent;
+  }
+  EXPECT_FALSE(
+      filterWith("majorId", std::int64_t{1}).accepts("F2C56DB5-DFFB-48D2-B060-D0F5A71096E0", 1, 0));
 }
 
-TEST(BeaconFilter, AppendsItsTextsToTheLineThatIsGiven) {
+TEST(BeaconFilter, AppendsItsTextsToTheGivenLine) {
   EXPECT_EQ(filterWith("majorId", std::int64_t{-7}).description("> "),
             "> UUID: E2C56DB5... Major:-7");
   EXPECT_EQ(filterWith("identifier", "Lobby").fullDescription("> "),

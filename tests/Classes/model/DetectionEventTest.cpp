@@ -10,7 +10,7 @@ namespace nimbrel {
 namespace {
 
 TEST(ProximityWord, HasStrictBounds) {
-  constexpr double infinity = std::numeric_limits<double>::infinity();
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
   const std::vector<std::pair<double, std::string_view>> cases = {
       {-1.0, "unknown"},
       {-1e-300, "unknown"},
@@ -20,7 +20,7 @@ TEST(ProximityWord, HasStrictBounds) {
       {0.5, "near"},
       {std::nextafter(4.0, 0.0), "near"},
       {4.0, "far"},
-      {infinity, "far"},
+      {kInfinity, "far"},
       {std::nan(""), "far"},
   };
   for (const auto& [distance, word] : cases) {
@@ -38,15 +38,34 @@ TEST(DistanceEstimate, ChangesItsCurveAtOneMetre) {
   EXPECT_TRUE(std::isinf(estimateDistance(-60.0, 0.0)));
 }
 
+TEST(DetectionEvent, BecomesAMapOfElevenKeysInAnyOrder) {
+  DetectionEvent event{1, "i", "u", 2, 3, "n", "m", -4.0, -5.0, 6.0, "far"};
+  const EncodableMap map = std::move(event).toMap();
+  EncodableMap expected{{"proximity", "far"},
+                        {"distance", 6.0},
+                        {"txPower", -5.0},
+                        {"rssi", -4.0},
+                        {"mac", "m"},
+                        {"name", "n"},
+                        {"minorId", std::int64_t{3}},
+                        {"majorId", std::int64_t{2}},
+                        {"uuid", "u"},
+                        {"identifier", "i"},
+                        {"ts", std::int64_t{1}}};
+  EXPECT_TRUE(map == expected);
+  expected.emplace_back("more", true);
+  EXPECT_FALSE(map == expected);
+}
+
 TEST(Timestamp, DropsTheFractionAndStaysWithin64Bits) {
-  constexpr auto most = std::numeric_limits<std::int64_t>::max();
-  constexpr auto least = std::numeric_limits<std::int64_t>::min();
+  constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
+  constexpr auto kLeast = std::numeric_limits<std::int64_t>::min();
   const std::vector<std::pair<double, std::int64_t>> cases = {{1700000000.9876, 1700000000987},
                                                               {-0.0019, -1},
-                                                              {1e300, most},
-                                                              {-1e300, least},
+                                                              {1e300, kMost},
+                                                              {-1e300, kLeast},
                                                               {0.0, 0},
-                                                              {std::nan(""), least}};
+                                                              {std::nan(""), kLeast}};
   for (const auto& [seconds, milliseconds] : cases) {
     EXPECT_EQ(timestampFrom(seconds), milliseconds) << seconds;
   }

@@ -30,8 +30,8 @@ TEST(UpperCased, FollowsTheFullMappingOfUnicode) {
       {"ꭰ", "Ꭰ"},
       {"𐐨", "𐐀"},
       {"中😀", "中😀"},
-      // What is not UTF-8 passes through: a lone continuation, a long form, a surrogate, a start
-      // of a character that the text cuts off, and a byte that never occurs.
+      // Invalid UTF-8 passes through: a lone continuation byte, an overlong form, a surrogate, a
+      // truncated character and a byte that never occurs.
       {"a\x80z", "A\x80Z"},
       {"\xC0\xAF"
        "a",
@@ -66,6 +66,7 @@ TEST(Utf8, TakesTheFirstAndLastCodePointOfEachLengthAndNothingBetween) {
                            "\xF4\x90\x80\x80", "\xC2", "\xE1\x80", "\xE1\x80\x41"}) {
     EXPECT_FALSE(decodeUtf8(text).valid) << text;
   }
+  EXPECT_FALSE(decodeUtf8(std::string_view("\u00E4", 1)).valid);
 }
 
 TEST(UuidText, IsReadInEitherCaseAndWrittenInUpperCase) {

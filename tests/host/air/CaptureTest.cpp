@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/air/Capture.hpp"
-#include "host/air/InputError.hpp"
+#include "host/base/InputError.hpp"
 #include "tests/host/air/Bytes.hpp"
 
 namespace nimbrel {
@@ -17,43 +17,31 @@ namespace {
 using testing::IsSubstring;
 using Heard = std::vector<std::string>;
 
-constexpr std::uint64_t second = 1'700'000'000;
-constexpr std::uint64_t micros = second * 1'000'000 + 250'000;
-constexpr std::uint64_t btsnoopStamp = 0x00DCDDB30F2F8000 + micros;
+constexpr std::uint64_t kSecond = 1'700'000'000;
+constexpr std::uint64_t kMicros = kSecond * 1'000'000 + 250'000;
+constexpr std::uint64_t kBtsnoopStamp = 0x00DCDDB30F2F8000 + kMicros;
 
-const Bytes report = event(hex("02 01 00 01 665544332211 03 020106 C4"));
-const Bytes h4Report = hex("04") + report;
-const Heard theReport{"112233445566 random -60 020106"};
-const Bytes pdu = hex("D6BE898E 4009665544332211020106 AABBCC");
+const Bytes kReport = event(hex("02 01 00 01 665544332211 03 020106 C4"));
+const Bytes kH4Report = hex("04") + kReport;
+const Heard kTheReport{"112233445566 random -60 020106"};
+const Bytes kPdu = hex("D6BE898E 4009665544332211020106 D880E1");
+const Bytes kWrongPdu = hex("D6BE898E 4009665544332211020106 D880E0");
 
-Bytes h4(const Bytes& packet, std::uint64_t stamp = btsnoopStamp) {
+Bytes h4(const Bytes& packet, std::uint64_t stamp = kBtsnoopStamp) {
   return btsnoopRecord(3, stamp, packet);
 }
 
-using Number = Bytes (*)(std::size_t size, std::uint64_t value);
-
-Bytes pcap(Number number, std::uint32_t linkType, const Bytes& packet, bool isNano = false) {
-  const auto length = number(4, packet.size());
-  return number(4, isNano ? 0xA1B23C4D : 0xA1B2C3D4) + number(2, 2) + number(2, 4) + number(8, 0) +
-         number(4, 65535) + number(4, linkType) + number(4, second) +
-         number(4, isNano ? 250'000'000 : 250'000) + length + length + packet;
+Bytes pcap(Number number, std::uint32_t linkType, const Bytes& packet) {
+  return pcapHeader(number, linkType) + pcapRecord(number, kSecond, 250'000, packet);
 }
 
-/// A section, an interface and a packet, which must fill whole groups of four bytes.
 Bytes pcapng(Number number, std::uint32_t linkType, const Bytes& packet) {
-  const auto block = [&](std::uint32_t type, const Bytes& body) {
-    const auto length = number(4, body.size() + 12);
-    return number(4, type) + length + body + length;
-  };
-  const auto length = number(4, packet.size());
-  return block(0x0A0D0D0A, number(4, 0x1A2B3C4D) + number(2, 1) + number(2, 0) + number(8, ~0ULL)) +
-         block(1, number(2, linkType) + number(2, 0) + number(4, 65535)) +
-         block(6, number(4, 0) + number(4, micros >> 32U) + number(4, micros) + length + length +
-                      packet);
+  return section(number) + interfaceBlock(number, linkType) +
+         packetBlock(number, 0, kMicros, packet);
 }
 
 Bytes pklg(Number number, std::uint8_t type, const Bytes& packet) {
-  return number(4, packet.size() + 9) + number(4, second) + number(4, 250'000) + little(1, type) +
+  return number(4, packet.size() + 9) + number(4, kSecond) + number(4, 250'000) + little(1, type) +
          packet;
 }
 
@@ -64,7 +52,9 @@ class CaptureOf : public testing::Test {
   }
   static Heard heard(Capture& capture) {
     Heard lines;
-    while (const auto* advertisement = capture.next()) lines.push_back(inWords(*advertisement));
+    while (const auto* advertisement = capture.next()) {
+      lines.push_back(inWords(*advertisement));
+    }
     return lines;
   }
   Heard heard(const Bytes& bytes) {
@@ -87,22 +77,29 @@ class CaptureOf : public testing::Test {
 };
 
 TEST_F(CaptureOf, EveryFormatIsHeardTheSame) {
-  const Bytes radio = hex("00 C4 80 00 00000000 0300") + pdu;
-  const Bytes nordic = hex("FE 1C00 02 0100 06 0A 01 25 3C 0000 00000000") + pdu;
+  const Bytes radio = hex("00 C4 80 00 00000000 0300") + kPdu;
+  const Bytes nordic = hex("FE 1C00 02 0100 06 0A 01 25 3C 0000 00000000") + kPdu;
+  const Bytes usb = hex("0000000000000000 43 01 81 02 0100 2D 00") + Bytes(2, 0);
   const struct {
     const char* what;
     Bytes bytes;
   } cases[] = {
-      {"btsnoop H1", btsnoop(1001, btsnoopRecord(3, btsnoopStamp, report))},
-      {"btsnoop H4", btsnoop(1002, h4(h4Report))},
-      {"btsnoop monitor", btsnoop(2001, btsnoopRecord(0x10003, btsnoopStamp, report))},
-      {"PacketLogger, big-endian", pklg(big, 1, report)},
-      {"PacketLogger, little-endian", pklg(little, 1, report)},
-      {"pcap H4", pcap(little, 187, h4Report)},
-      {"pcap H4, big-endian", pcap(big, 187, h4Report)},
-      {"pcap H4, nanoseconds", pcap(little, 187, h4Report, true)},
-      {"pcap H4 with direction", pcap(little, 201, big(4, 0) + h4Report)},
-      {"pcap monitor", pcap(little, 254, hex("0000 0003") + report)},
+      {"btsnoop H1", btsnoop(1001, btsnoopRecord(3, kBtsnoopStamp, kReport))},
+      {"btsnoop H4", btsnoop(1002, h4(kH4Report))},
+      {"btsnoop monitor", btsnoop(2001, btsnoopRecord(0x10003, kBtsnoopStamp, kReport))},
+      {"PacketLogger, big-endian", pklg(big, 1, kReport)},
+      {"PacketLogger, little-endian", pklg(little, 1, kReport)},
+      {"pcap H4", pcap(little, 187, kH4Report)},
+      {"pcap H4, big-endian", pcap(big, 187, kH4Report)},
+      {"pcap H4, nanoseconds",
+       pcapHeader(little, 187, 0xA1B23C4D) + pcapRecord(little, kSecond, 250'000'999, kH4Report)},
+      {"pcap H4 with direction", pcap(little, 201, big(4, 0) + kH4Report)},
+      {"pcap monitor", pcap(little, 254, hex("0000 0003") + kReport)},
+      {"pcap USB of Linux", pcap(little, 189, usb + Bytes(30, 0) + kReport)},
+      {"pcap USB of Linux, mapped", pcap(little, 220, usb + Bytes(46, 0) + kReport)},
+      {"pcap USB of Windows",
+       pcap(little, 249,
+            hex("1B00 0000000000000000 00000000 0900 01 0100 0200 81 01 11000000") + kReport)},
       {"pcap radio header", pcap(little, 256, radio)},
       {"pcap Nordic", pcap(little, 272, nordic)},
       {"pcapng", pcapng(little, 256, radio)},
@@ -110,51 +107,53 @@ TEST_F(CaptureOf, EveryFormatIsHeardTheSame) {
   };
   for (const auto& [what, bytes] : cases) {
     SCOPED_TRACE(what);
-    EXPECT_EQ(heard(bytes), theReport);
-    EXPECT_EQ(capture->lastRecordTime(), std::chrono::microseconds(micros));
+    EXPECT_EQ(heard(bytes), kTheReport);
+    EXPECT_EQ(capture->lastRecordTime(), std::chrono::microseconds(kMicros));
     EXPECT_EQ(warnings, Heard{});
   }
-  EXPECT_EQ(heard(pcap(little, 251, pdu)), Heard{"112233445566 random 127 020106"});
+  const Heard noStrength{"112233445566 random 127 020106"};
+  EXPECT_EQ(heard(pcap(little, 251, kPdu)), noStrength);
+  EXPECT_EQ(heard(pcap(big, 192, hex("0000 1000 FB000000 36750400AABBCCDD") + kPdu)), noStrength);
 }
 
 TEST_F(CaptureOf, PacketsOfOtherKindsHearsNothing) {
-  EXPECT_EQ(heard(btsnoop(1001, btsnoopRecord(2, 0, report) + btsnoopRecord(1, 0, report))),
+  EXPECT_EQ(heard(btsnoop(1001, btsnoopRecord(2, 0, kReport) + btsnoopRecord(1, 0, kReport))),
             Heard{});
-  EXPECT_EQ(heard(btsnoop(1002, h4(hex("02") + report) + h4({}))), Heard{});
-  EXPECT_EQ(heard(btsnoop(2001, btsnoopRecord(2, 0, report))), Heard{});
-  EXPECT_EQ(heard(pklg(big, 3, report)), Heard{});
-  EXPECT_EQ(heard(pcap(little, 254, hex("0003 0000") + report)), Heard{});
+  EXPECT_EQ(heard(btsnoop(1002, h4(hex("02") + kReport) + h4({}))), Heard{});
+  EXPECT_EQ(heard(btsnoop(2001, btsnoopRecord(2, 0, kReport))), Heard{});
+  EXPECT_EQ(heard(pklg(big, 3, kReport)), Heard{});
+  EXPECT_EQ(heard(pcap(little, 254, hex("0003 0000") + kReport)), Heard{});
   EXPECT_EQ(warnings, Heard{});
 }
 
 TEST_F(CaptureOf, RecordsTellsTheirTimesAndItsProgress) {
-  const auto bytes = btsnoop(1002, h4(hex("01030C00"), btsnoopStamp - 5) + h4(h4Report) + h4({}));
+  const auto bytes = btsnoop(1002, h4(hex("01030C00"), kBtsnoopStamp - 5) + h4(kH4Report) + h4({}));
   capture = Capture::read(bytes, "walk", warn());
   EXPECT_EQ(capture->firstRecordTime(), std::nullopt);
-  EXPECT_EQ(capture->next()->time, std::chrono::microseconds(micros));
-  EXPECT_EQ(capture->firstRecordTime(), std::chrono::microseconds(micros - 5));
+  EXPECT_EQ(capture->next()->time, std::chrono::microseconds(kMicros));
+  EXPECT_EQ(capture->firstRecordTime(), std::chrono::microseconds(kMicros - 5));
   EXPECT_NEAR(capture->progress(), 0.76, 0.05);
   EXPECT_EQ(capture->next(), nullptr);
   EXPECT_EQ(capture->progress(), 1.0);
 }
 
 TEST_F(CaptureOf, DamagedTimesStaysWithinTheCalendar) {
-  heard(btsnoop(1002, h4(h4Report, ~0ULL) + h4(h4Report, 0)));
-  EXPECT_EQ(capture->firstRecordTime(), latestTime);
-  EXPECT_EQ(capture->lastRecordTime(), earliestTime);
+  heard(btsnoop(1002, h4(kH4Report, ~0ULL) + h4(kH4Report, 0)));
+  EXPECT_EQ(capture->firstRecordTime(), kLatestTime);
+  EXPECT_EQ(capture->lastRecordTime(), kEarliestTime);
 }
 
 TEST_F(CaptureOf, RecordsCutOffAnywhereIsUsedUpToThere) {
   const struct {
     std::ptrdiff_t headerSize;
     Bytes whole;
-  } cases[] = {{16, btsnoop(1002, h4(h4Report))},
-               {0, pklg(little, 1, report)},
-               {24, pcap(little, 187, h4Report)}};
+  } cases[] = {{16, btsnoop(1002, h4(kH4Report))},
+               {0, pklg(little, 1, kReport)},
+               {24, pcap(little, 187, kH4Report)}};
   for (const auto& [headerSize, whole] : cases) {
     for (auto end = whole.begin() + headerSize + 1; end != whole.end(); ++end) {
       warnings.clear();
-      EXPECT_EQ(heard(whole + Bytes(whole.begin() + headerSize, end)), theReport);
+      EXPECT_EQ(heard(whole + Bytes(whole.begin() + headerSize, end)), kTheReport);
       EXPECT_EQ(capture->next(), nullptr);
       ASSERT_EQ(warnings.size(), 1U);
       EXPECT_PRED_FORMAT2(IsSubstring, "record at byte " + std::to_string(whole.size()),
@@ -164,37 +163,87 @@ TEST_F(CaptureOf, RecordsCutOffAnywhereIsUsedUpToThere) {
 }
 
 TEST_F(CaptureOf, ARecordOfAbsurdLengthIsUsedUpToThere) {
-  heard(btsnoop(1002, h4(h4Report) + big(4, 9) + big(4, 0x80000000) + big(16, 0)));
-  heard(pklg(big, 1, report) + big(13, 0));
+  heard(btsnoop(1002, h4(kH4Report) + big(4, 9) + big(4, 0x80000000) + big(16, 0)));
+  heard(pklg(big, 1, kReport) + pklg(big, 1, kReport) + big(13, 0));
   EXPECT_EQ(warnings,
             (Heard{"walk: the record at byte 58 claims a length of 2147483648 bytes, which "
                    "none has; used up to there",
-                   "walk: the record at byte 30 claims a length of 0 bytes, which none "
+                   "walk: the record at byte 60 claims a length of 0 bytes, which none "
                    "has; used up to there"}));
 }
 
 TEST_F(CaptureOf, WhatCannotBeUsedSaysWhyAndWhatToDo) {
+  const std::string advice =
+      " holds no Bluetooth LE that can be read; record a Bluetooth adapter, a Bluetooth "
+      "controller's USB or a Bluetooth LE sniffer";
   const struct {
     Bytes bytes;
-    const char* message;
+    std::string message;
   } cases[] = {
       {text("Dear diary, today I walked"),
        "walk: is not a capture of a known format; record or convert it to btsnoop, PacketLogger, "
        "pcap or pcapng"},
-      {hex("1F8B0800"), "walk: is compressed; unpack it first"},
       {text("btsn"), "walk: is cut off inside the btsnoop file header; record the capture again"},
       {btsnoop(1003, {}),
        "walk: btsnoop datalink 1003 (HCI BCSP) cannot be read; record HCI H1 (1001), HCI H4 (1002) "
        "or the Linux monitor (2001)"},
-      {pcap(little, 1, {}),
-       "walk: link type 1 (EN10MB) carries no Bluetooth LE that can be read; record HCI H4 (187, "
-       "201), the Linux monitor (254), the LE link layer (251, 256) or Nordic's sniffer (272)"},
+      {text("btsnoop") + hex("00 00000002 000003EA"),
+       "walk: btsnoop version 2 is not known; convert the file to version 1"},
+      // One head that could be of PacketLogger, with a record that ends beyond the file or where
+      // none follows.
+      {pklg(little, 1, kReport) + text("no record at all"),
+       "walk: is not a capture of a known format; record or convert it to btsnoop, PacketLogger, "
+       "pcap or pcapng"},
+      {hex("29000100 00F15365 70170000 043E"),
+       "walk: is not a capture of a known format; record or convert it to btsnoop, PacketLogger, "
+       "pcap or pcapng"},
+      {hex("D4C3B2A1 0200"),
+       "walk: is cut off inside the pcap file header; record the capture again"},
+      {hex("D4C3B2A1 0300") + Bytes(18, 0),
+       "walk: pcap version 3 is not known; convert the file to version 2"},
+      {hex("0A0D0D0A 1C000000"), "walk: has a damaged pcapng header; record the capture again"},
+      {pcap(little, 1, {}), "walk: is a recording of Ethernet (link type 1), which" + advice},
+      {pcap(little, 300, {}), "walk: is a recording of link type 300, which" + advice},
+      {pcap(little, 160, {}),
+       "walk: is a recording of a private format (link type 160), which" + advice},
+      {pcap(little, 192, hex("0000 0800 69000000")),
+       "walk: is a recording of Wi-Fi (link type 105), which" + advice},
+      {pcapng(big, 255, {}),
+       "walk: is a recording of Bluetooth BR/EDR (link type 255), which" + advice},
   };
   for (const auto& unusable : cases) {
     EXPECT_EQ(refusal([&] { heard(unusable.bytes); }), unusable.message);
   }
-  EXPECT_PRED_FORMAT2(IsSubstring, "has a damaged header",
-                      refusal([&] { heard(hex("D4C3B2A1 0200")); }));
+}
+
+TEST_F(CaptureOf, ASilentRecordingSaysWhatToDo) {
+  const std::string none = "holds no Bluetooth LE advertisement";
+  const std::pair<Bytes, std::string> cases[] = {
+      {btsnoop(1002, h4(hex("01030C00"))), none + "; record while a scan runs"},
+      {btsnoop(1002, h4(hex("01030C00")) + hex("00")),
+       none + " before the damage; record the capture again"},
+      {btsnoop(1002, {}), "holds no packet; record the capture again"},
+      {pcap(little, 251, hex("11223344 0000")),
+       none + "; have the sniffer listen to the advertising channels, near to what advertises"},
+      {pcap(little, 272, {}),
+       none + "; have the sniffer listen to the advertising channels, near to what advertises"},
+      {pcap(little, 251, kWrongPdu),
+       none + " with a right checksum, and 1 with a wrong one; put the sniffer nearer to what "
+              "advertises"},
+      {pcap(little, 220, {}),
+       none + "; record the USB of a Bluetooth controller while a scan runs"},
+  };
+  for (const auto& [bytes, expected] : cases) {
+    EXPECT_EQ(heard(bytes), Heard{});
+    EXPECT_EQ(capture->silence(), expected);
+  }
+}
+
+TEST_F(CaptureOf, PacketsWithAWrongChecksumCountsThem) {
+  const auto record = [](const Bytes& packet) { return pcapRecord(little, kSecond, 0, packet); };
+  EXPECT_EQ(heard(pcapHeader(little, 251) + record(kWrongPdu) + record(kPdu) + record(kWrongPdu)),
+            Heard{"112233445566 random 127 020106"});
+  EXPECT_EQ(capture->damagedPackets(), 2U);
 }
 
 class CaptureFile : public CaptureOf {
@@ -217,16 +266,37 @@ class CaptureFile : public CaptureOf {
 
 TEST_F(CaptureFile, IsReadFromAPipe) {
   ASSERT_EQ(::mkfifo(path.c_str(), 0600), 0);
-  const auto writing = std::async(std::launch::async, [&] { write(btsnoop(1002, h4(h4Report))); });
-  EXPECT_EQ(heardFromFile(), theReport);
+  const auto writing = std::async(std::launch::async, [&] { write(btsnoop(1002, h4(kH4Report))); });
+  EXPECT_EQ(heardFromFile(), kTheReport);
 }
 
 TEST_F(CaptureFile, LongerThanWhatIsKeptInMemoryIsReadToItsEnd) {
   Bytes records;
   const auto record = h4(hex("02") + Bytes(250'000, 0));
-  for (int i = 0; i < 80; ++i) records.insert(records.end(), record.begin(), record.end());
-  write(btsnoop(1002, records + h4(h4Report)));
-  EXPECT_EQ(heardFromFile(), theReport);
+  for (int i = 0; i < 80; ++i) {
+    records.insert(records.end(), record.begin(), record.end());
+  }
+  write(btsnoop(1002, records + h4(kH4Report)));
+  EXPECT_EQ(heardFromFile(), kTheReport);
+}
+
+TEST_F(CaptureFile, ThatIsShortenedWhileItIsReadEndsTheReading) {
+  const auto record = h4(hex("02") + Bytes(65'536, 0));
+  for (const std::uintmax_t left : {100'000U, 196'716U}) {  // pages are gone; only some bytes
+    write(btsnoop(1002, record + record + record + h4(kH4Report)));
+    const auto shortened = Capture::open(path, warn());
+    std::filesystem::resize_file(path, left);
+    try {
+      heard(*shortened);
+      FAIL() << "read to its end";
+    } catch (const InputError&) {
+      FAIL() << "taken for damage";
+    } catch (const std::runtime_error& error) {
+      EXPECT_EQ(error.what(),
+                path + ": was shortened while it was read; scan a copy, or once it is whole");
+    }
+  }
+  EXPECT_EQ(warnings, Heard{});
 }
 
 TEST_F(CaptureFile, ThatCannotBeReadSaysWhy) {

@@ -100,11 +100,15 @@ TEST_F(HciReports, InFragmentsArePutTogetherForEachSetOfADevice) {
 
 TEST_F(HciReports, InFragmentsTakeNoMoreMemoryThanAnAdvertisementMayHave) {
   const std::string part(400, 'A');
-  for (int i = 0; i < 20; ++i) heardExtended(extended("2000", "01", part));
+  for (int i = 0; i < 20; ++i) {
+    heardExtended(extended("2000", "01", part));
+  }
   EXPECT_EQ(heardExtended(extended("0000", "01", part)),
             Heard{"112233445566 random -60 " + std::string(3300, 'A')});
 
-  for (std::uint8_t set = 0; set < 100; ++set) heardExtended(extended("2000", "01", "AA", set));
+  for (std::uint8_t set = 0; set < 100; ++set) {
+    heardExtended(extended("2000", "01", "AA", set));
+  }
   EXPECT_EQ(heardExtended(extended("0000", "01", "BB", 99)), Heard{"112233445566 random -60 AABB"});
   EXPECT_EQ(heardExtended(extended("0000", "01", "BB", 0)), Heard{"112233445566 random -60 BB"});
 }

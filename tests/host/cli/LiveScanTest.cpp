@@ -1,10 +1,22 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <initializer_list>
 #include <optional>
+#include <string>
+#include <system_error>
 
 #include "host/cli/LiveScan.hpp"
+#include "host/cli/ScanSession.hpp"
 #include "tests/host/air/Bytes.hpp"
 #include "tests/support/Command.hpp"
 #include "tests/support/FakeBluez.hpp"
@@ -53,23 +65,155 @@ TEST_F(LiveCommand, RangesInFilterModeAndShowsATableInTheEnd) {
       << heard.output;
 }
 
-TEST_F(LiveCommand, SaysOnceThatNothingWasHeardForAMinute) {
-  bluez->whenDiscovering([] {});
+/// A live scan whose clocks the test moves: a second of it takes little real time.
+class LiveScanInTime : public LiveCommand {
+ protected:
+  LiveScanInTime() {
+    options.live = options.json = options.quiet = true;
+    bluez->whenDiscovering([] {});
+  }
+
+  /// Runs the scan; returns its messages up to the summary, and keeps its exit status and output.
+  std::string run(MainQueue::Time duration) {
+    options.duration = duration;
+    const int messages = memfd_create("messages", MFD_CLOEXEC);
+    const int detected = memfd_create("detections", MFD_CLOEXEC);
+    Output errors(messages);
+    Output output(detected);
+    ScanSession session(options, queue, output, errors);
+    status = LiveScan(options, queue, session, [this] {
+               return MainQueue::Time(std::chrono::hours(1000)) + step + queue.now() + queue.lag();
+             }).run();
+    detections = contentOf(detected);
+    const std::string text = contentOf(messages);
+    // A slow machine's daemon may be late, which is said before.
+    const std::string heard = text.substr(std::min(text.size(), text.find(listening)));
+    return heard.substr(0, heard.rfind('\n', heard.find(" advertisement")) + 1);
+  }
+
+  static std::string contentOf(int file) {
+    std::string text(1 << 20, '\0');
+    text.resize(static_cast<std::size_t>(pread(file, text.data(), text.size(), 0)));
+    close(file);
+    return text;
+  }
+
+  /// Device 1 is heard at these times.
+  void hearAt(std::initializer_list<int> seconds) {
+    for (const int second : seconds) {
+      queue.at(std::chrono::seconds(second), [this] {
+        const Bytes frame = hex("0215 E2C56DB5DFFB48D2B060D0F5A71096E0 0001 0007 C5");
+        bluez->addDevice("hci0/dev_1", {"C4:1D:83:5A:07:E2", -60, {{0x004C, frame}}});
+      });
+    }
+  }
+
+  const std::string listening = "nimbrel: hci0: listening; Ctrl-C ends the scan\n";
   ScanOptions options;
-  options.live = options.json = options.quiet = true;
-  options.duration = std::chrono::minutes(3);
-  const int sink = memfd_create("errors", MFD_CLOEXEC);
-  Output errors(sink);
-  Output output(sink);
-  MainQueue queue(600.0);
-  LiveScan(options, queue, output, errors).run();
-  std::string text(1000, '\0');
-  text.resize(static_cast<std::size_t>(pread(sink, text.data(), text.size(), 0)));
-  close(sink);
-  EXPECT_EQ(text.substr(0, text.find("0 adv")),
-            "nimbrel: hci0: listening; Ctrl-C ends the scan\n"
-            "nimbrel: hci0: nothing was heard for a minute; is a beacon on and near, and the "
-            "antenna free?\n");
+  MainQueue queue{20.0};
+  MainQueue::Time step{};  // By which the machine's clock was set.
+  std::string detections;
+  int status = -1;
+};
+
+TEST_F(LiveScanInTime, SaysOnceThatNothingWasHeardForAMinute) {
+  EXPECT_EQ(run(std::chrono::seconds(70)),
+            listening +
+                "nimbrel: hci0: nothing was heard for a minute; is a beacon on and near, and the "
+                "antenna free?\n");
+  EXPECT_EQ(status, 0);
+}
+
+TEST_F(LiveScanInTime, FollowsTheClockAndStartsOverWhenThatIsSet) {
+  hearAt({5, 25});
+  queue.at(std::chrono::seconds(15), [this] { step = -std::chrono::hours(1); });
+  const std::string messages = run(std::chrono::seconds(40));
+  EXPECT_NE(messages.find("nimbrel: the clock was set back by 3600 s; detection starts over\n"),
+            std::string::npos)
+      << messages;
+  const auto second = detections.find('\n') + 1;
+  EXPECT_EQ(detections.find(R"({"ts":36000)"), 0U) << detections;
+  EXPECT_EQ(detections.find(R"({"ts":35964)", second), second) << detections;
+}
+
+TEST_F(LiveScanInTime, GoesOnWithoutARecordingThatCannot) {
+  std::signal(SIGPIPE, SIG_IGN);
+  const std::string pipe = file.path() + ".pipe";
+  ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+  const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  hearAt({5, 20});
+  queue.at(std::chrono::seconds(10), [=] { close(reader); });
+  options.recording = pipe;
+  options.force = true;
+  const std::string messages = run(std::chrono::seconds(30));
+  EXPECT_NE(
+      messages.find("nimbrel: " + pipe +
+                    ": the recording cannot go on: Broken pipe; the scan goes on without it\n"),
+      std::string::npos)
+      << messages;
+  EXPECT_EQ(status, 1);
+  EXPECT_EQ(std::ranges::count(detections, '\n'), 2);
+  std::filesystem::remove(pipe);
+}
+
+/// A report that takes 48 bytes of a recording, which begins with 16 bytes of its own.
+Advertisement report(int second) {
+  static const Bytes data(9, 0x2A);
+  return {.time = std::chrono::seconds(second),
+          .address = {},
+          .rssi = -60,
+          .isScanResponse = false,
+          .data = data};
+}
+
+TEST(Recording, GoesOnInANewFileAtASizeOrAnAge) {
+  for (const char* limit : {"0.16k", "10s"}) {
+    const TemporaryFile file("");
+    const std::string next = file.path() + ".2";
+    Recording recording(file.path(), true, Rotation::parse(limit));
+    for (const int second : {0, 4, 9, 10, 11}) {
+      recording.write(report(second));
+    }
+    EXPECT_EQ(std::filesystem::file_size(file.path()), 16U + 3 * 48) << limit;
+    EXPECT_EQ(std::filesystem::file_size(next), 16U + 2 * 48) << limit;
+    std::filesystem::remove(next);
+  }
+}
+
+TEST(Recording, EndsWithAWholeRecordOnAFullDisk) {
+  const TemporaryFile file("");
+  const pid_t child = fork();
+  if (child == 0) {
+    std::signal(SIGXFSZ, SIG_IGN);
+    const rlimit limit{100, 100};
+    setrlimit(RLIMIT_FSIZE, &limit);
+    try {
+      Recording recording(file.path(), true, {});
+      recording.write(report(1));
+      recording.write(report(2));
+    } catch (const std::system_error&) {
+      _exit(0);
+    }
+    _exit(1);
+  }
+  int status = 0;
+  waitpid(child, &status, 0);
+  EXPECT_EQ(status, 0) << "no write failed";
+  EXPECT_EQ(std::filesystem::file_size(file.path()), 16U + 48);
+}
+
+TEST(Rotation, ReadsSizesAndAges) {
+  EXPECT_EQ(Rotation::parse("1.5k").bytes, 1500U);
+  EXPECT_EQ(Rotation::parse("100M").bytes, 100'000'000U);
+  EXPECT_EQ(Rotation::parse("2G").bytes, 2'000'000'000U);
+  EXPECT_EQ(Rotation::parse("90s").age, std::chrono::seconds(90));
+  EXPECT_EQ(Rotation::parse("30min").age, std::chrono::minutes(30));
+  EXPECT_EQ(Rotation::parse("24h").age, std::chrono::hours(24));
+  EXPECT_EQ(Rotation::parse("7d").age, std::chrono::hours(168));
+  EXPECT_FALSE(Rotation::parse("7d").bytes.has_value());
+  for (const char* wrong : {"", "100", "M", "5m", "0h", "-1h", "1e9d", "1h "}) {
+    EXPECT_THROW(Rotation::parse(wrong), UsageError) << wrong;
+  }
 }
 
 TEST_F(LiveCommand, SaysWhatIsWrongAndWhatToDo) {

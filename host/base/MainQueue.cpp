@@ -1,0 +1,140 @@
+#include "host/base/MainQueue.hpp"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <set>
+#include <system_error>
+#include <utility>
+
+namespace nimbrel {
+
+MainQueue::MainQueue(std::optional<double> speed) : speed_(speed) {
+  if (speed_.has_value()) {
+    wake_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
+    if (wake_ < 0) {
+      throw std::system_error(errno, std::generic_category(), "cannot make an event descriptor");
+    }
+  }
+}
+
+MainQueue::~MainQueue() {
+  if (wake_ >= 0) {
+    close(wake_);
+  }
+}
+
+void MainQueue::async(DispatchTask task) { tasks_.push_back(std::move(task)); }
+
+void MainQueue::at(Time due, DispatchTask task) {
+  timers_.push_back({std::max(due, now_), timersMade_++, std::move(task)});
+  std::push_heap(timers_.begin(), timers_.end(), std::greater<>());
+}
+
+void MainQueue::drain() {
+  if (!running_.empty()) {
+    return;
+  }
+  while (!tasks_.empty()) {
+    running_.swap(tasks_);
+    for (DispatchTask& task : running_) {
+      task();
+    }
+    running_.clear();
+  }
+}
+
+void MainQueue::runUntil(Time end) {
+  drain();
+  while (!stopped()) {
+    const bool isDue = !timers_.empty() && timers_.front().due <= end;
+    const Time next = isDue ? timers_.front().due : end;
+    passTimeUntil(next);
+    if (stopped()) {
+      return;
+    }
+    // What a descriptor brought may have put an earlier task in front of the one waited for.
+    if (!timers_.empty() && timers_.front().due <= now_) {
+      std::pop_heap(timers_.begin(), timers_.end(), std::greater<>());
+      const DispatchTask task = std::move(timers_.back().task);
+      timers_.pop_back();
+      task();
+      drain();
+    } else if (now_ >= end) {
+      return;
+    }
+  }
+}
+
+MainQueue::Time MainQueue::elapsed() const {
+  const std::chrono::duration<double, std::micro> real =
+      std::chrono::steady_clock::now() - *started_;
+  return Time(static_cast<Time::rep>(real.count() * *speed_));
+}
+
+MainQueue::Time MainQueue::lag() const {
+  return started_.has_value() ? std::max(elapsed() - now_, Time::zero()) : Time::zero();
+}
+
+void MainQueue::passTimeUntil(Time end) {
+  if (!speed_.has_value()) {
+    now_ = std::max(now_, end);
+    return;
+  }
+  if (!started_.has_value()) {
+    started_ = std::chrono::steady_clock::now();
+  }
+  now_ = std::max(now_, std::min(elapsed(), end));
+  if (now_ >= end && watches_.empty()) {
+    return;
+  }
+  constexpr double kLongest = 3600e6;
+  const double untilEnd = static_cast<double>((end - now_).count()) / *speed_;
+  Time wait(static_cast<Time::rep>(std::clamp(untilEnd + 0.999, 0.0, kLongest)));
+  std::vector<pollfd> descriptors{{wake_, POLLIN, 0}};
+  std::set<int> impatient;
+  for (const auto& [descriptor, watch] : watches_) {
+    const Interest interest = watch.interest();
+    descriptors.push_back({descriptor, interest.events, 0});
+    if (interest.atMost.has_value()) {
+      impatient.insert(descriptor);
+      wait = std::clamp(*interest.atMost, Time::zero(), wait);
+    }
+  }
+  if (beforeSleeping_ && wait > Time::zero()) {
+    beforeSleeping_();
+  }
+  // A descriptor that is always ready must not keep a due task waiting, nor the other way round:
+  // each turn looks at both.
+  const timespec timeout{wait.count() / 1'000'000, wait.count() % 1'000'000 * 1000};
+  if (ppoll(descriptors.data(), descriptors.size(), &timeout, nullptr) >= 0) {
+    now_ = std::max(now_, std::min(elapsed(), end));
+    for (const pollfd& polled : descriptors) {
+      const auto found = watches_.find(polled.fd);
+      if (found != watches_.end() && (polled.revents != 0 || impatient.contains(polled.fd))) {
+        const std::function<void()> ready = found->second.ready;
+        ready();
+        drain();
+      }
+    }
+  }
+  now_ = std::max(now_, std::min(elapsed(), end));
+}
+
+void MainQueue::watch(int descriptor, std::function<void()> ready,
+                      std::function<Interest()> interest) {
+  watches_.insert_or_assign(descriptor, Watch{std::move(ready), std::move(interest)});
+}
+
+void MainQueue::unwatch(int descriptor) { watches_.erase(descriptor); }
+
+void MainQueue::stop() {
+  stopped_.store(true, std::memory_order_relaxed);
+  if (wake_ >= 0) {
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const auto written = write(wake_, &one, sizeof one);
+  }
+}
+
+}  // namespace nimbrel

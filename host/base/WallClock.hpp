@@ -1,0 +1,29 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace nimbrel {
+
+/// Wall-clock readings as text, in the machine's zone or in UTC. Readings count microseconds since
+/// 1970-01-01 00:00:00 UTC; one that no calendar holds is an empty text.
+class WallClock {
+ public:
+  using Reading = std::chrono::microseconds;
+
+  explicit WallClock(bool isUtc) : isUtc_(isUtc) {}
+
+  /// "22:13:20.987"
+  [[nodiscard]] std::string time(Reading reading) const;
+  /// "2023-11-14"
+  [[nodiscard]] std::string date(Reading reading) const;
+  /// "2023-11-14 22:13:20.987"
+  [[nodiscard]] std::string dateAndTime(Reading reading) const;
+
+ private:
+  [[nodiscard]] std::string formatted(const char* format, Reading reading) const;
+
+  bool isUtc_;
+};
+
+}  // namespace nimbrel

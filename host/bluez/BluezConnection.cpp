@@ -1,0 +1,133 @@
+#include "host/bluez/BluezConnection.hpp"
+
+#include <cassert>
+#include <utility>
+
+namespace nimbrel {
+namespace {
+
+constexpr auto kService = "org.bluez";
+constexpr auto kAdapterInterface = "org.bluez.Adapter1";
+constexpr auto kManagerInterface = "org.freedesktop.DBus.ObjectManager";
+
+constexpr MainQueue::Time kPause = std::chrono::seconds(1);
+
+}  // namespace
+
+void BluezConnection::connect() {
+  assert(bus_ == nullptr);
+  bus_ = std::make_unique<SystemBus>(queue_, [this] {
+    adapters_.clear();
+    daemon_.reset();
+    bus_.reset();
+    hasDaemon_ = false;
+    reconnectSoon();
+    observer_.lost("the system bus is gone; the scan goes on when it is back");
+  });
+  try {
+    subscribe();
+  } catch (const sdbus::Error&) {
+    bus_.reset();
+    throw;
+  }
+  daemon_ = bus_->object(kService, "/");
+  askForObjects();
+}
+
+void BluezConnection::reconnectSoon() {
+  queue_.at(queue_.now() + kPause, [this, isAlive = std::weak_ptr(life_)] {
+    if (isAlive.expired()) {
+      return;
+    }
+    try {
+      connect();
+    } catch (const sdbus::Error&) {
+      reconnectSoon();
+    }
+  });
+}
+
+void BluezConnection::subscribe() {
+  bus_->onSignal<std::string, std::string, std::string>(
+      "type='signal',sender='org.freedesktop.DBus',interface='org.freedesktop.DBus',"
+      "member='NameOwnerChanged',arg0='org.bluez'",
+      [this](const auto& /*object*/, const auto& /*program*/, const auto& /*before*/,
+             const auto& owner) { ownerChanged(owner); });
+  bus_->onSignal<sdbus::ObjectPath, BluezObserver::Interfaces>(
+      "type='signal',sender='org.bluez',interface='org.freedesktop.DBus.ObjectManager',"
+      "member='InterfacesAdded'",
+      [this](const auto& /*manager*/, const auto& object, const auto& interfaces) {
+        observer_.added(object, interfaces);
+      });
+  bus_->onSignal<sdbus::ObjectPath, std::vector<std::string>>(
+      "type='signal',sender='org.bluez',interface='org.freedesktop.DBus.ObjectManager',"
+      "member='InterfacesRemoved'",
+      [this](const auto& /*manager*/, const auto& object, const auto& interfaces) {
+        adapters_.erase(object);
+        observer_.removed(object, interfaces);
+      });
+  bus_->onSignal<std::string, BluezObserver::Properties, std::vector<std::string>>(
+      "type='signal',sender='org.bluez',interface='org.freedesktop.DBus.Properties',"
+      "member='PropertiesChanged'",
+      [this](const auto& object, const auto& interface, const auto& properties,
+             const auto& withdrawn) {
+        observer_.changed(object, interface, properties, withdrawn);
+      });
+}
+
+void BluezConnection::ownerChanged(const std::string& owner) {
+  // A daemon whose name passes to another one at once is gone, too.
+  if (std::exchange(hasDaemon_, false) || owner.empty()) {
+    adapters_.clear();
+    observer_.lost("bluetoothd is gone; the scan goes on when it is back");
+  }
+  if (!owner.empty()) {
+    askForObjects();
+  }
+}
+
+void BluezConnection::askForObjects() {
+  const auto take = [this](const sdbus::Error* error, const BluezObserver::Objects& objects) {
+    if (error == nullptr) {
+      bus_->post([this, objects] {
+        hasDaemon_ = true;
+        observer_.found(objects);
+      });
+    } else {
+      bus_->post([this, failure = *error] { observer_.unanswered(failure); });
+    }
+  };
+  try {
+    sdbus_series::call<BluezObserver::Objects>(*daemon_, kManagerInterface, "GetManagedObjects",
+                                               take);
+  } catch (const sdbus::Error&) {
+    // The bus is gone, and says so itself.
+  }
+}
+
+void BluezConnection::call(const std::string& adapter, const std::string& method,
+                           const std::optional<BluezObserver::Properties>& argument,
+                           std::function<void(const sdbus::Error*)> done) {
+  if (bus_ == nullptr) {
+    return;
+  }
+  const auto answered = [this, done = std::move(done)](const sdbus::Error* error) {
+    const auto failure = error == nullptr ? std::nullopt : std::optional(*error);
+    bus_->post([done, failure] { done(failure ? &*failure : nullptr); });
+  };
+  try {
+    std::unique_ptr<sdbus::IProxy>& proxy = adapters_[adapter];
+    if (proxy == nullptr) {
+      proxy = bus_->object(kService, adapter);
+    }
+    if (argument) {
+      sdbus_series::call<>(*proxy, kAdapterInterface, method, answered, *argument);
+    } else {
+      sdbus_series::call<>(*proxy, kAdapterInterface, method, answered);
+    }
+  } catch (const sdbus::Error&) {
+    // The bus is gone, and says so itself.
+  }
+}
+
+}  // namespace nimbrel

@@ -1,0 +1,126 @@
+#include "host/cli/ExplainSession.hpp"
+
+#include <algorithm>
+
+#include "Classes/text/UpperCase.hpp"
+#include "Classes/text/UuidText.hpp"
+#include "host/base/InputError.hpp"
+#include "host/findings/FindingsJson.hpp"
+#include "host/findings/FindingsText.hpp"
+#include "host/findings/Reasons.hpp"
+#include "host/terminal/Escapes.hpp"
+
+namespace nimbrel {
+
+namespace {
+
+Phone::Setup setupFor(const ExplainOptions& options) {
+  Phone::Setup setup = options.phone();
+  setup.hasConsole = false;
+  return setup;
+}
+
+/// Whether `wanted` is a device's address, its name, or the UUID of one of its beacons or of the
+/// device itself; letter case does not matter.
+bool isMeant(const FoundDevice& device, const std::string& wanted) {
+  if (addressText(device.address) == wanted || upperCased(device.name) == wanted ||
+      UuidText(peripheralIdentifier(device.address)) == std::string_view(wanted)) {
+    return true;
+  }
+  return std::ranges::any_of(device.frames, [&](const FoundFrame& frame) {
+    return UuidText(frame.identity.uuid) == std::string_view(wanted);
+  });
+}
+
+}  // namespace
+
+ExplainSession::ExplainSession(const ExplainOptions& options, MainQueue& queue, Output& output,
+                               Output& errors)
+    : Session(options.filters, setupFor(options), queue),
+      options_(options),
+      output_(output),
+      errors_(errors),
+      findings_({options.filters, options.withholdsBeacons, options.device.has_value()}) {}
+
+void ExplainSession::hear(const Advertisement& advertisement) {
+  findings_.begin(advertisement, elapsed());
+  Session::hear(advertisement);
+  findings_.settle();
+}
+
+void ExplainSession::received(const EncodableValue& event) {
+  findings_.received(std::get<EncodableMap>(event));
+}
+
+void ExplainSession::note(const std::string& line) {
+  if (!options_.quiet) {
+    errors_.writeLine(line);
+    errors_.flush();
+  }
+}
+
+void ExplainSession::clockJumped(std::chrono::microseconds before,
+                                 std::chrono::microseconds after) {
+  findings_.clockJumped({before, after}, elapsed());
+}
+
+void ExplainSession::conclude(std::uint64_t damagedPackets) {
+  findings_.end(elapsed());
+  if (damagedPackets > 0) {
+    note("nimbrel: " + counted(damagedPackets, "packet") + " with a wrong checksum left out");
+  }
+  if (options_.json) {
+    writeJson();
+  } else {
+    writeText();
+  }
+  output_.flush();
+}
+
+std::vector<const FoundDevice*> ExplainSession::devicesAskedFor() const {
+  const std::string wanted = upperCased(options_.device.value_or(""));
+  std::vector<const FoundDevice*> devices;
+  for (const FoundDevice& device : findings_.devices()) {
+    if (!options_.device.has_value() || isMeant(device, wanted)) {
+      devices.push_back(&device);
+    }
+  }
+  if (devices.empty()) {
+    throw InputError("--device '" + options_.device.value_or("") + "'",
+                     "no such device was heard; leave it out, and give --all to see all " +
+                         std::to_string(findings_.devices().size()));
+  }
+  return devices;
+}
+
+void ExplainSession::writeJson() {
+  for (const FoundDevice* device : devicesAskedFor()) {
+    appendDeviceJson(output_.buffer(), findings_, *device);
+    output_.buffer().push_back('\n');
+    output_.lineEnded();
+  }
+  appendRunJson(output_.buffer(), findings_);
+  output_.buffer().push_back('\n');
+}
+
+void ExplainSession::writeText() {
+  const TerminalSize size = output_.terminalSize();
+  FindingsTextStyle style;
+  style.clock = WallClock(options_.utc);
+  style.isColoured = isColoured(output_);
+  // What goes to a file or a pipe is read on some screen later.
+  style.columns = output_.isTerminal() ? size.columns : 100;
+  if (!options_.all) {
+    style.lines = output_.isTerminal() ? size.lines : 40;
+  }
+  if (!options_.device.has_value()) {
+    output_.buffer().append(findingsText(findings_, style));
+    return;
+  }
+  for (const FoundDevice* device : devicesAskedFor()) {
+    output_.buffer().append(storyText(findings_, *device, style));
+    output_.lineEnded();
+  }
+}
+
+}  // namespace nimbrel

@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "host/air/Advertisement.hpp"
+#include "host/base/MainQueue.hpp"
+#include "host/engine/Application.hpp"
+#include "host/engine/Messenger.hpp"
+#include "host/phone/Phone.hpp"
+#include "platform/Flutter.hpp"
+
+namespace nimbrel {
+
+/// An application and the phone that it runs on, for a recording or an adapter to be played to: it
+/// listens, starts detection with its filters, takes the events, and stops detection in the end.
+/// What it says of all that is for a derived class.
+class Session : public PhoneObserver {
+ public:
+  /// `filters` are filter maps, as `startDetection` takes them. They and the queue outlive the
+  /// session.
+  Session(const EncodableList& filters, const Phone::Setup& setup, MainQueue& queue);
+  Session(const Session&) = delete;
+  Session& operator=(const Session&) = delete;
+
+  Phone& phone() { return phone_; }
+
+  virtual void start();
+  /// Takes in one advertisement and all that follows from it at once.
+  virtual void hear(const Advertisement& advertisement);
+  virtual void stop();
+  /// Stops detection and starts it again in a new plug-in, which remembers nothing.
+  void startOver();
+
+  /// A line for the user, beside the output.
+  virtual void note(const std::string& line) = 0;
+  /// The recording's clock was set.
+  virtual void clockJumped(std::chrono::microseconds before, std::chrono::microseconds after) = 0;
+  /// The run is over: says what there is to say at its end. `damagedPackets` of the recording were
+  /// left out.
+  virtual void conclude(std::uint64_t damagedPackets) = 0;
+
+  /// The time since detection first began.
+  [[nodiscard]] MainQueue::Time elapsed() const { return queue_.now() - begin_; }
+  [[nodiscard]] std::uint64_t advertisementCount() const { return advertisements_; }
+  [[nodiscard]] std::size_t deviceCount() const { return phone_.devices().everHeard(); }
+
+ protected:
+  /// An event, which holds a map.
+  virtual void received(const EncodableValue& event) = 0;
+
+ private:
+  void startDetection();
+
+  const EncodableList& filters_;
+  MainQueue& queue_;
+  Phone phone_;
+  Messenger messenger_;
+  Application application_;
+  MainQueue::Time begin_{};
+  std::uint64_t advertisements_ = 0;
+};
+
+}  // namespace nimbrel

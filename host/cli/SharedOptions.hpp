@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/base/MainQueue.hpp"
+#include "host/cli/CommandLine.hpp"
+#include "host/cli/Recording.hpp"
+#include "host/phone/Phone.hpp"
+#include "platform/Flutter.hpp"
+
+namespace nimbrel {
+
+/// What is in the air: a recording, or what an adapter of this machine hears.
+struct AirOptions {
+  /// Files, or "-" for the standard input. None: the bundled recording, or with `live` no
+  /// recording.
+  std::vector<std::string> captures;
+  bool live = false;
+  /// With `live`: the adapter's name; absent for the first one.
+  std::optional<std::string> adapter;
+  /// Times the recorded speed. Absent: as fast as the machine can.
+  std::optional<double> speed;
+
+  /// CAPTURE, `mostCaptures` at most, --live, --adapter and --speed.
+  void addTo(CommandLine& line, std::size_t mostCaptures = 1);
+  /// Refuses options that do not go together. Throws UsageError.
+  void checkTogether() const;
+};
+
+/// What every command that runs the plug-in over the air has in common.
+struct RunOptions : AirOptions {
+  /// Filter maps, as `startDetection` takes them.
+  EncodableList filters;
+  /// How much recorded (or real) time to run.
+  std::optional<MainQueue::Time> duration;
+  /// Whether the phone keeps iBeacon frames from Bluetooth scans, as an iPhone does.
+  bool withholdsBeacons = false;
+  /// With `live`: the file that is written, and whether it may replace another.
+  std::optional<std::string> recording;
+  bool force = false;
+  Rotation rotation;
+  /// Times in UTC in place of the machine's zone.
+  bool utc = false;
+
+  /// Those of AirOptions, --for, --phone, --utc, --record, --force and --record-rotate. --filter is
+  /// added apart, as it comes first in the help.
+  void addTo(CommandLine& line);
+  /// Refuses options that do not go together. Throws UsageError.
+  void checkTogether() const;
+
+  [[nodiscard]] Phone::Setup phone() const;
+  /// The part of a command line that makes another command run the same, each word behind a blank
+  /// and quoted for a shell where it has to be.
+  [[nodiscard]] std::string sameArguments() const;
+};
+
+// Options that mean the same in every command that has them.
+
+/// --filter: appends filter maps, as `startDetection` takes them.
+void addFilters(CommandLine& line, EncodableList& filters);
+
+/// --for: how much recorded (or real) time to run.
+void addDuration(CommandLine& line, std::optional<MainQueue::Time>& duration);
+
+/// --phone: whether the phone keeps iBeacon frames from Bluetooth scans.
+void addPhone(CommandLine& line, bool& withholdsBeacons);
+
+/// --force: whether an output may replace a file that is there. `owner` names that output.
+void addForce(CommandLine& line, const std::string& owner, bool& force);
+
+/// The filter map of UUID[/MAJOR[/MINOR]][=LABEL]. The UUID's hyphens may be left out. Throws
+/// UsageError.
+EncodableValue parseFilter(const std::string& text);
+
+}  // namespace nimbrel

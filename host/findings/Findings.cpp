@@ -1,0 +1,331 @@
+#include "host/findings/Findings.hpp"
+
+#include <algorithm>
+#include <cassert>
+#include <cstring>
+#include <numeric>
+#include <stdexcept>
+
+#include "Classes/bluetooth/Admission.hpp"
+#include "Classes/model/EncodableAccess.hpp"
+#include "Classes/text/UuidText.hpp"
+#include "host/air/AdvertisingData.hpp"
+#include "host/phone/Rules.hpp"
+
+namespace nimbrel {
+
+namespace {
+
+/// A device that is silent for so long counts as gone for a while.
+constexpr MainQueue::Time kSilence = std::chrono::seconds(10);
+
+/// Asks the reader of a frame what it would say to `data` if it were long enough and of the right
+/// company.
+template <typename Read>
+bool wouldBeFrame(std::span<const std::uint8_t> data, std::uint16_t company, const Read& read) {
+  std::array<std::uint8_t, frames::kSize> whole{};
+  std::copy_n(data.begin(), std::min(data.size(), whole.size()), whole.begin());
+  whole[0] = static_cast<std::uint8_t>(company & 0xFFU);
+  whole[1] = static_cast<std::uint8_t>(company >> 8U);
+  return read(whole).has_value();
+}
+
+/// Looks for the shape of a frame in manufacturer data that is none.
+void takeMisshape(FoundDevice& device, std::span<const std::uint8_t> data) {
+  const bool isIBeacon = wouldBeFrame(data, frames::kAppleCompany, frames::iBeacon);
+  if (!isIBeacon && !wouldBeFrame(data, frames::kAltBeaconCompany, frames::altBeacon)) {
+    return;
+  }
+  const std::uint16_t due = isIBeacon ? frames::kAppleCompany : frames::kAltBeaconCompany;
+  if (frames::company(data) == due) {
+    device.misshape = Misshape::tooShort;
+  } else if (data.size() >= frames::kSize) {
+    // Shorter data of another company says too little to be taken for a beacon.
+    device.misshape = Misshape::otherCompany;
+  } else {
+    return;
+  }
+  device.isMisshapenAltBeacon = !isIBeacon;
+  device.misshapenSize = static_cast<std::uint8_t>(std::min<std::size_t>(data.size(), 255));
+}
+
+}  // namespace
+
+std::string_view nameOf(Fate fate) {
+  constexpr std::array<std::string_view, kFates> kNames = {
+      "event",   "notAdmitted", "thinned",   "coalesced", "ranged",
+      "refused", "otherUuid",   "noIBeacon", "withheld",  "deaf"};
+  return kNames[static_cast<std::size_t>(fate)];
+}
+
+std::size_t BeaconIdentityHash::operator()(const BeaconIdentity& identity) const {
+  std::uint64_t low = 0;
+  std::uint64_t high = 0;
+  std::memcpy(&low, identity.uuid.bytes.data(), sizeof low);
+  std::memcpy(&high, identity.uuid.bytes.data() + sizeof low, sizeof high);
+  const std::uint64_t numbers = std::uint64_t{identity.major} << 16U | identity.minor;
+  return std::hash<std::uint64_t>()(low ^ high * 0x9E3779B97F4A7C15U ^ numbers << 20U);
+}
+
+std::vector<FoundFilter> foundFilters(const EncodableList& maps) {
+  std::vector<FoundFilter> filters;
+  for (const EncodableValue& value : maps) {
+    const auto& map = std::get<EncodableMap>(value);
+    filters.push_back({map, BeaconFilter::from(map), 0});
+  }
+  return filters;
+}
+
+Findings::Findings(const Setup& setup)
+    : withholdsBeacons_(setup.withholdsBeacons),
+      keepsStories_(setup.keepsStories),
+      filters_(foundFilters(setup.filters)) {}
+
+void Findings::begin(const Advertisement& advertisement, MainQueue::Time now) {
+  assert(device_ == nullptr);
+  const auto [place, isNew] =
+      places_.try_emplace(advertisement.address, static_cast<std::uint32_t>(devices_.size()));
+  if (isNew) {
+    devices_.emplace_back().address = advertisement.address;
+  }
+  device_ = &devices_[place->second];
+  takeTimes(*device_, advertisement, now);
+  carriesIBeacon_ = isAdmitted_ = hasEvent_ = false;
+  fate_ = Fate::deaf;
+  if (const auto data = AdvertisingData::parse(advertisement.data).manufacturerData) {
+    takeManufacturerData(*device_, *data);
+  }
+}
+
+void Findings::takeTimes(FoundDevice& device, const Advertisement& advertisement,
+                         MainQueue::Time now) {
+  if (device.heard == 0) {
+    device.first = advertisement.time;
+    device.firstAt = now;
+  } else if (now - device.lastAt >= kSilence) {
+    device.silences += device.lastAt < jumpedAt_ ? 0 : 1;
+    device.silentTime += now - device.lastAt;
+  }
+  ++device.heard;
+  device.last = advertisement.time;
+  device.lastAt = now;
+  if (advertisement.rssi != rules::kNoReading) {
+    device.rssiMin = std::min(device.rssiMin, advertisement.rssi);
+    device.rssiMax = std::max(device.rssiMax, advertisement.rssi);
+    device.rssiSum += advertisement.rssi;
+    ++device.rssiReadings;
+  }
+}
+
+void Findings::takeManufacturerData(FoundDevice& device, std::span<const std::uint8_t> data) {
+  if (data.size() < 2) {
+    return;
+  }
+  device.hasManufacturerData = true;
+  device.company = frames::company(data);
+  if (const auto read = frames::iBeacon(data)) {
+    carriesIBeacon_ = true;
+    ++frameOf(device, *read, false).heard;
+  } else if (const auto altBeacon = frames::altBeacon(data)) {
+    ++frameOf(device, *altBeacon, true).heard;
+  } else if (data.size() >= 4) {
+    takeMisshape(device, data);
+  }
+}
+
+FoundFrame& Findings::frameOf(FoundDevice& device, const BeaconFrame& read, bool isAltBeacon) {
+  const BeaconIdentity identity{read.uuid, read.major, read.minor};
+  const auto isTheOne = [&](const FoundFrame& frame) {
+    return frame.identity == identity && frame.isAltBeacon == isAltBeacon;
+  };
+  // A device repeats itself, so that the last one is the likely one.
+  auto place = device.frames.begin() + device.lastFrame;
+  if (device.frames.empty() || !isTheOne(*place)) {
+    place = std::ranges::find_if(device.frames, isTheOne);
+    // A device that sends other numbers each time is no beacon to count: the last place is reused.
+    constexpr std::size_t kFramesAtMost = 1000;
+    if (place == device.frames.end() && device.frames.size() >= kFramesAtMost) {
+      place = device.frames.end() - 1;
+      *place = {};
+    } else if (place == device.frames.end()) {
+      place = device.frames.emplace(place);
+    }
+    place->identity = identity;
+    place->isAltBeacon = isAltBeacon;
+    device.lastFrame = static_cast<std::uint16_t>(place - device.frames.begin());
+  }
+  place->measuredPower = read.measuredPower;
+  return *place;
+}
+
+void Findings::discovered(const CBPeripheral& peripheral, const CBAdvertisementData& data) {
+  isAdmitted_ = isAdmitted(peripheral, data);
+}
+
+void Findings::heard(std::optional<std::string_view> name, ScanOutcome scan,
+                     RangingOutcome ranging) {
+  assert(device_ != nullptr);
+  if (name.has_value() && (!device_->isNamed || device_->name != *name)) {
+    device_->isNamed = true;
+    device_->name = *name;
+  }
+  if (!isGeneric()) {
+    fate_ = rangedFate(ranging);
+    return;
+  }
+  switch (scan) {
+    case ScanOutcome::deaf:
+      fate_ = Fate::deaf;
+      break;
+    case ScanOutcome::withheld:
+      fate_ = Fate::withheld;
+      break;
+    case ScanOutcome::coalesced:
+      fate_ = Fate::coalesced;
+      break;
+    case ScanOutcome::discovered:
+      fate_ = isAdmitted_ ? Fate::thinned : Fate::notAdmitted;
+      break;
+  }
+}
+
+Fate Findings::rangedFate(RangingOutcome outcome) {
+  switch (outcome) {
+    case RangingOutcome::deaf:
+      return Fate::deaf;
+    case RangingOutcome::noFrame:
+      return Fate::noIBeacon;
+    case RangingOutcome::hidden:
+      return Fate::withheld;
+    case RangingOutcome::unranged:
+    case RangingOutcome::ranged:
+      break;
+  }
+  assert(carriesIBeacon_);
+  Acceptance& acceptance = acceptanceOf(device_->frames[device_->lastFrame].identity);
+  if (outcome == RangingOutcome::unranged) {
+    return acceptance.isUuidAsked ? Fate::deaf : Fate::otherUuid;
+  }
+  if (acceptance.filter == kNone) {
+    return Fate::refused;
+  }
+  countRanged(acceptance);
+  return Fate::ranged;
+}
+
+Findings::Acceptance& Findings::acceptanceOf(const BeaconIdentity& identity) {
+  const auto [place, isNew] = acceptances_.try_emplace(identity);
+  Acceptance& acceptance = place->second;
+  if (isNew) {
+    const UuidText uuid(identity.uuid);
+    for (std::size_t index = 0; index < filters_.size(); ++index) {
+      const auto& filter = filters_[index].filter;
+      if (!filter.has_value()) {
+        continue;
+      }
+      acceptance.isUuidAsked =
+          acceptance.isUuidAsked || filter->uuid() == static_cast<std::string_view>(uuid);
+      if (acceptance.filter == kNone && filter->accepts(uuid, identity.major, identity.minor)) {
+        acceptance.filter = index;
+      }
+    }
+  }
+  return acceptance;
+}
+
+void Findings::countRanged(Acceptance& acceptance) {
+  FoundFrame& frame = device_->frames[device_->lastFrame];
+  if (acceptance.beacon == kNone) {
+    acceptance.beacon = beacons_.size();
+    FoundBeacon& beacon = beacons_.emplace_back();
+    beacon.identity = frame.identity;
+    beacon.filter = acceptance.filter;
+  }
+  FoundBeacon& beacon = beacons_[acceptance.beacon];
+  ++beacon.heard;
+  if (!frame.isRanged) {
+    frame.isRanged = true;
+    ++beacon.devices;
+  }
+}
+
+void Findings::received(const EncodableMap& event) {
+  ++events_;
+  if (isGeneric()) {
+    hasEvent_ = true;
+    return;
+  }
+  const auto uuid = parseUuid(*valueFor<std::string>(event, "uuid"));
+  assert(uuid.has_value());
+  const Acceptance& acceptance =
+      acceptanceOf({*uuid, static_cast<std::uint16_t>(*integerFor(event, "majorId")),
+                    static_cast<std::uint16_t>(*integerFor(event, "minorId"))});
+  if (acceptance.filter == kNone || acceptance.beacon == kNone) {
+    throw std::logic_error(
+        "an event came that no filter accepts; this is a fault of nimbrel, please report it");
+  }
+  ++filters_[acceptance.filter].events;
+  FoundBeacon& beacon = beacons_[acceptance.beacon];
+  ++beacon.events;
+  beacon.silent += *valueFor<double>(event, "rssi") == 0.0 ? 1 : 0;
+  if (!beacon.identifier.has_value()) {
+    beacon.identifier = *valueFor<std::string>(event, "identifier");
+  }
+}
+
+void Findings::clockJumped(const ClockJump& jump, MainQueue::Time now) {
+  jumps_.push_back(jump);
+  jumpedAt_ = now;
+}
+
+void Findings::requested(const Request& request) {
+  if (request.operation == "startMonitoring") {
+    regions_.push_back(*request.region);
+  }
+}
+
+void Findings::settle() {
+  assert(device_ != nullptr);
+  ++advertisements_;
+  const Fate fate = hasEvent_ ? Fate::event : fate_;
+  ++device_->fates[static_cast<std::size_t>(fate)];
+  if (keepsStories_) {
+    tell(*device_, fate);
+  }
+  device_ = nullptr;
+}
+
+void Findings::tell(const FoundDevice& device, Fate fate) {
+  std::vector<Stretch>& story = stories_[&device];
+  if (story.empty() || story.back().fate != fate) {
+    story.push_back({fate, 0, device.last, device.last});
+  }
+  ++story.back().count;
+  story.back().to = device.last;
+}
+
+const std::vector<Stretch>& Findings::storyOf(const FoundDevice& device) const {
+  static const std::vector<Stretch> kNoStory;
+  const auto found = stories_.find(&device);
+  return found == stories_.end() ? kNoStory : found->second;
+}
+
+void Findings::end(MainQueue::Time now) {
+  length_ = now;
+  std::uint64_t total = 0;
+  std::uint64_t events = 0;
+  bool isWhole = true;
+  for (const FoundDevice& device : devices_) {
+    const std::uint64_t sum =
+        std::accumulate(device.fates.begin(), device.fates.end(), std::uint64_t{0});
+    isWhole = isWhole && sum == device.heard;
+    total += sum;
+    events += device.count(Fate::event);
+  }
+  if (!isWhole || total != advertisements_ || (isGeneric() && events != events_)) {
+    throw std::logic_error(
+        "the fates do not add up to what was heard; this is a fault of nimbrel, please report it");
+  }
+}
+
+}  // namespace nimbrel

@@ -1,0 +1,227 @@
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <compare>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
+
+#include "Classes/bluetooth/BeaconFrame.hpp"
+#include "Classes/model/BeaconFilter.hpp"
+#include "host/air/Advertisement.hpp"
+#include "host/base/MainQueue.hpp"
+#include "host/phone/Request.hpp"
+#include "platform/Flutter.hpp"
+
+namespace nimbrel {
+
+/// What became of one advertisement. In generic mode (no filters) the first four apply, in filter
+/// mode the next four, the last two in both.
+enum class Fate : std::uint8_t {
+  event,        // It led to a detection event.
+  notAdmitted,  // The plug-in saw it, and the device has nothing that generic mode asks for.
+  thinned,      // The plug-in saw it too soon after the device's last one.
+  coalesced,    // The phone held it back as a repeat.
+  ranged,       // It was heard for a ranged region, and a filter accepts it.
+  refused,      // It was heard for a ranged region, and no filter accepts its numbers.
+  otherUuid,    // An iBeacon of a UUID that no filter asks for.
+  noIBeacon,    // No iBeacon frame.
+  withheld,     // The phone keeps it from this mode.
+  deaf,         // Nothing was listening.
+};
+inline constexpr std::size_t kFates = 10;
+/// Its name, in JSON and in text alike.
+std::string_view nameOf(Fate fate);
+
+/// What tells one beacon from another.
+struct BeaconIdentity {
+  UUID uuid;
+  std::uint16_t major = 0;
+  std::uint16_t minor = 0;
+
+  friend bool operator==(const BeaconIdentity&, const BeaconIdentity&) = default;
+};
+
+struct BeaconIdentityHash {
+  std::size_t operator()(const BeaconIdentity& identity) const;
+};
+
+/// A beacon frame that a device sends.
+struct FoundFrame {
+  BeaconIdentity identity;
+  std::int8_t measuredPower = 0;  // dBm at one metre
+  bool isAltBeacon = false;
+  bool isRanged = false;  // whether a filter accepted it in a ranged region
+  std::uint32_t heard = 0;
+};
+
+/// What is nearly a beacon frame.
+enum class Misshape : std::uint8_t { none, tooShort, otherCompany };
+
+/// One device of the radio.
+struct FoundDevice {
+  DeviceAddress address;
+  bool isNamed = false;
+  Misshape misshape = Misshape::none;
+  std::uint8_t misshapenSize = 0;  // bytes of the misshapen manufacturer data, 255 for more
+  bool isMisshapenAltBeacon = false;
+  std::int8_t rssiMin = 127;  // dBm
+  std::int8_t rssiMax = -128;
+  bool hasManufacturerData = false;
+  std::uint16_t company = 0;       // the last one
+  std::uint16_t lastFrame = 0;     // index of the frame heard last
+  std::uint32_t silences = 0;      // of ten seconds and more
+  std::uint32_t rssiReadings = 0;  // 127 is none
+  std::int64_t rssiSum = 0;
+  std::uint64_t heard = 0;
+  std::chrono::microseconds first{};  // by the wall clock, since 1970
+  std::chrono::microseconds last{};
+  MainQueue::Time firstAt{};  // by the run's time
+  MainQueue::Time lastAt{};
+  MainQueue::Time silentTime{};  // all of these silences together
+  std::array<std::uint32_t, kFates> fates{};
+  std::vector<FoundFrame> frames;
+  std::string name;  // in UTF-8
+
+  /// In dBm. REQUIRES: there was a reading.
+  [[nodiscard]] double rssiMean() const {
+    return static_cast<double>(rssiSum) / static_cast<double>(rssiReadings);
+  }
+  [[nodiscard]] std::uint32_t count(Fate fate) const {
+    return fates[static_cast<std::size_t>(fate)];
+  }
+};
+
+/// What became of one filter.
+struct FoundFilter {
+  EncodableMap map;                    // as the application gave it
+  std::optional<BeaconFilter> filter;  // as the plug-in understood it; absent where it did not
+  std::uint64_t events = 0;            // of which it is the first filter to accept them
+};
+
+/// Of filter maps, as `startDetection` takes them.
+std::vector<FoundFilter> foundFilters(const EncodableList& maps);
+
+/// One beacon of a filter-mode run.
+struct FoundBeacon {
+  BeaconIdentity identity;
+  std::size_t filter = 0;                 // the first one to accept it
+  std::optional<std::string> identifier;  // of its events; absent before the first
+  std::uint32_t devices = 0;
+  std::uint64_t heard = 0;
+  std::uint64_t events = 0;
+  std::uint64_t silent = 0;  // events with signal strength 0
+};
+
+/// A stretch of equal fates in one device's story.
+struct Stretch {
+  Fate fate;
+  std::uint32_t count;
+  std::chrono::microseconds from;  // by the wall clock
+  std::chrono::microseconds to;
+};
+
+/// A recording's clock that was set.
+struct ClockJump {
+  std::chrono::microseconds before;
+  std::chrono::microseconds after;
+};
+
+/// Follows a run of the plug-in and keeps what became of every advertisement.
+///
+/// For each advertisement: `begin`, then what the phone tells its observer, then `settle` once the
+/// main queue is drained. `received` for every event, whenever it comes.
+class Findings {
+ public:
+  struct Setup {
+    /// Filter maps, as `startDetection` takes them; empty for generic mode.
+    EncodableList filters;
+    /// Whether the phone withholds iBeacon frames from Bluetooth scans.
+    bool withholdsBeacons = false;
+    /// Whether to keep the story of every device.
+    bool keepsStories = false;
+  };
+
+  explicit Findings(const Setup& setup);
+
+  void begin(const Advertisement& advertisement, MainQueue::Time now);
+  void discovered(const CBPeripheral& peripheral, const CBAdvertisementData& data);
+  void heard(std::optional<std::string_view> name, ScanOutcome scan, RangingOutcome ranging);
+  void received(const EncodableMap& event);
+  void settle();
+  void requested(const Request& request);
+  /// The recording's clock jumped, up to this time of the run.
+  void clockJumped(const ClockJump& jump, MainQueue::Time now);
+  /// The run is over. Throws std::logic_error where the fates do not add up: a fault of this
+  /// program.
+  void end(MainQueue::Time now);
+
+  [[nodiscard]] bool isGeneric() const { return filters_.empty(); }
+  [[nodiscard]] bool withholdsBeacons() const { return withholdsBeacons_; }
+  [[nodiscard]] std::uint64_t advertisements() const { return advertisements_; }
+  [[nodiscard]] std::uint64_t events() const { return events_; }
+  [[nodiscard]] MainQueue::Time length() const { return length_; }
+  /// For how long a device was silent before the end; zero where nobody knows, as the recording's
+  /// clock jumped in that time.
+  [[nodiscard]] MainQueue::Time silenceAfter(const FoundDevice& device) const {
+    return device.lastAt < jumpedAt_ ? MainQueue::Time(0) : length_ - device.lastAt;
+  }
+  [[nodiscard]] const std::vector<ClockJump>& jumps() const { return jumps_; }
+  /// In the order in which they were first heard.
+  [[nodiscard]] const std::deque<FoundDevice>& devices() const { return devices_; }
+  [[nodiscard]] const std::vector<FoundFilter>& filters() const { return filters_; }
+  /// In the order in which they were first ranged.
+  [[nodiscard]] const std::vector<FoundBeacon>& beacons() const { return beacons_; }
+  /// The regions that the plug-in asked the phone to monitor, in that order.
+  [[nodiscard]] const std::vector<CLBeaconRegion>& regions() const { return regions_; }
+  /// Empty unless stories are kept.
+  [[nodiscard]] const std::vector<Stretch>& storyOf(const FoundDevice& device) const;
+
+ private:
+  static constexpr std::size_t kNone = SIZE_MAX;
+  /// What the filters make of one identity; found out once.
+  struct Acceptance {
+    bool isUuidAsked = false;
+    std::size_t filter = kNone;  // the first filter that accepts it
+    std::size_t beacon = kNone;  // its place among the beacons, once ranged
+  };
+
+  void takeTimes(FoundDevice& device, const Advertisement& advertisement, MainQueue::Time now);
+  void takeManufacturerData(FoundDevice& device, std::span<const std::uint8_t> data);
+  FoundFrame& frameOf(FoundDevice& device, const BeaconFrame& read, bool isAltBeacon);
+  Acceptance& acceptanceOf(const BeaconIdentity& identity);
+  Fate rangedFate(RangingOutcome outcome);
+  void countRanged(Acceptance& acceptance);
+  void tell(const FoundDevice& device, Fate fate);
+
+  bool withholdsBeacons_;
+  bool keepsStories_;
+  std::vector<FoundFilter> filters_;
+  std::deque<FoundDevice> devices_;
+  std::unordered_map<DeviceAddress, std::uint32_t, DeviceAddressHash> places_;
+  std::unordered_map<BeaconIdentity, Acceptance, BeaconIdentityHash> acceptances_;
+  std::vector<FoundBeacon> beacons_;
+  std::map<const FoundDevice*, std::vector<Stretch>> stories_;
+  std::vector<ClockJump> jumps_;
+  MainQueue::Time jumpedAt_{};
+  std::vector<CLBeaconRegion> regions_;
+  std::uint64_t advertisements_ = 0;
+  std::uint64_t events_ = 0;
+  MainQueue::Time length_{};
+
+  // The advertisement between `begin` and `settle`.
+  FoundDevice* device_ = nullptr;
+  bool carriesIBeacon_ = false;
+  bool isAdmitted_ = false;
+  bool hasEvent_ = false;
+  Fate fate_ = Fate::deaf;
+};
+
+}  // namespace nimbrel

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "host/base/MainQueue.hpp"
+
+namespace nimbrel {
+
+/// What a phone remembers of one device. A scan of a crowded place hears a million of them, so the
+/// byte strings of a device stand in one block of memory, one behind the other.
+class Device {
+ public:
+  enum class Part : std::uint8_t {
+    name,        // in UTF-8
+    advertised,  // manufacturer data of the last advertisement, company identifier first
+    responded,   // manufacturer data of the last scan response
+  };
+  using Bytes = std::span<const std::uint8_t>;
+
+  /// The parts stand one behind the other in this order. The views are valid until the next change
+  /// of any part.
+  [[nodiscard]] std::optional<Bytes> part(Part part) const;
+  [[nodiscard]] std::optional<std::string_view> name() const;
+
+  /// Returns whether that made a difference. `bytes` may be a view of another part.
+  bool set(Part changed, std::optional<Bytes> bytes);
+
+  /// How good the name is, from 1; 0 once the last report of the kind that it is from has none.
+  std::uint8_t nameRank = 0;
+  bool isNameFromScanResponse = false;
+  /// Whether scans have not seen the payload yet.
+  bool isChanged = true;
+  MainQueue::Time lastHeard{};
+  MainQueue::Time lastDiscovered{};
+
+ private:
+  static constexpr std::uint32_t kAbsent = UINT32_MAX;
+
+  [[nodiscard]] std::size_t offsetOf(std::size_t index) const;
+
+  std::array<std::uint32_t, 3> sizes_{kAbsent, kAbsent, kAbsent};
+  std::unique_ptr<std::uint8_t[]> block_;
+};
+
+}  // namespace nimbrel

@@ -1,0 +1,141 @@
+#include "host/phone/Devices.hpp"
+
+#include <algorithm>
+#include <vector>
+
+#include "Classes/bluetooth/BeaconFrame.hpp"
+#include "Classes/text/Utf8.hpp"
+#include "host/phone/Rules.hpp"
+
+namespace nimbrel {
+
+namespace {
+
+using Bytes = Device::Bytes;
+
+Bytes bytesOf(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
+}
+
+void appendValid(std::string_view text, std::string& valid) {
+  while (!text.empty()) {
+    const Utf8Character character = decodeUtf8(text);
+    valid.append(character.valid ? text.substr(0, character.size) : "\uFFFD");
+    text.remove_prefix(character.size);
+  }
+}
+
+bool areEqual(const std::optional<Bytes>& left, const std::optional<Bytes>& right) {
+  return left.has_value() == right.has_value() &&
+         (!left.has_value() || std::ranges::equal(*left, *right));
+}
+
+bool isForgotten(const Device& device, MainQueue::Time now) {
+  return now - device.lastHeard >= rules::kDeviceForgottenAfter;
+}
+
+}  // namespace
+
+Device& Devices::hear(const DeviceAddress& address, const AdvertisingData& data,
+                      bool isScanResponse, MainQueue::Time now) {
+  Device& device = deviceOf(address, now);
+  takeName(device, data, isScanResponse);
+  set(device, isScanResponse ? Device::Part::responded : Device::Part::advertised,
+      data.manufacturerData);
+  return device;
+}
+
+Device& Devices::hear(const DeviceAddress& address, std::optional<std::string_view> name,
+                      std::optional<Bytes> manufacturerData, MainQueue::Time now) {
+  Device& device = deviceOf(address, now);
+  device.nameRank = 0;
+  device.isNameFromScanResponse = false;
+  set(device, Device::Part::name, name.has_value() ? std::optional(bytesOf(*name)) : std::nullopt);
+  set(device, Device::Part::responded, std::nullopt);
+  set(device, Device::Part::advertised, manufacturerData);
+  return device;
+}
+
+std::optional<Bytes> Devices::visibleManufacturerData(const Device& device) const {
+  const auto seen = [this, &device](Device::Part part) {
+    const std::optional<Bytes> bytes = device.part(part);
+    const bool isWithheld =
+        visibility_.withholdsBeacons && bytes.has_value() && frames::iBeacon(*bytes).has_value();
+    return isWithheld ? std::nullopt : bytes;
+  };
+  const std::optional<Bytes> advertised = seen(Device::Part::advertised);
+  if (!visibility_.joinsScanResponse && device.part(Device::Part::advertised).has_value()) {
+    return advertised;
+  }
+  const std::optional<Bytes> responded = seen(Device::Part::responded);
+  if (advertised.has_value() && responded.has_value()) {
+    // The two stand one behind the other.
+    return Bytes(advertised->data(), advertised->size() + responded->size());
+  }
+  return advertised.has_value() ? advertised : responded;
+}
+
+Device& Devices::deviceOf(const DeviceAddress& address, MainQueue::Time now) {
+  auto found = devices_.find(address);
+  if (found == devices_.end()) {
+    if (devices_.size() >= sweepAt_) {
+      std::erase_if(devices_, [now](const auto& entry) { return isForgotten(entry.second, now); });
+      sweepAt_ = std::max(kFewDevices, devices_.size() * 2);
+    }
+    found = devices_.try_emplace(address).first;
+    everHeard_.insert(address);
+  } else if (isForgotten(found->second, now)) {
+    found->second = Device();
+  }
+  found->second.lastHeard = now;
+  return found->second;
+}
+
+void Devices::takeName(Device& device, const AdvertisingData& data, bool isScanResponse) {
+  const bool isSameKind = device.isNameFromScanResponse == isScanResponse;
+  if (!data.name) {
+    if (isSameKind) {
+      device.nameRank = 0;
+    }
+    return;
+  }
+  const auto rank =
+      static_cast<std::uint8_t>(1 + (data.isNameComplete ? 2 : 0) + (isScanResponse ? 0 : 1));
+  if (!isSameKind && rank < device.nameRank) {
+    return;
+  }
+  device.nameRank = rank;
+  device.isNameFromScanResponse = isScanResponse;
+
+  const std::string_view bytes(reinterpret_cast<const char*>(data.name->data()), data.name->size());
+  // Some devices fill the field up with zeros.
+  const auto name = bytes.substr(0, bytes.find('\0'));
+  if (name.empty() || name == device.name()) {
+    return;
+  }
+  cleaned_.clear();
+  appendValid(name, cleaned_);
+  set(device, Device::Part::name, bytesOf(cleaned_));
+}
+
+void Devices::set(Device& device, Device::Part part, std::optional<Bytes> bytes) const {
+  if (device.isChanged || part == Device::Part::name) {
+    device.isChanged |= device.set(part, bytes);
+    return;
+  }
+  if (areEqual(device.part(part), bytes)) {
+    return;
+  }
+  // Scans may not see the part that changes, or see the same bytes in the other one.
+  std::vector<std::uint8_t> before;
+  const std::optional<Bytes> visible = visibleManufacturerData(device);
+  const bool wasVisible = visible.has_value();
+  if (wasVisible) {
+    before.assign(visible->begin(), visible->end());
+  }
+  device.set(part, bytes);
+  device.isChanged = !areEqual(wasVisible ? std::optional(Bytes(before)) : std::nullopt,
+                               visibleManufacturerData(device));
+}
+
+}  // namespace nimbrel

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "host/phone/Phone.hpp"
+#include "host/scenario/JsonFields.hpp"
+#include "host/scenario/Step.hpp"
+
+namespace nimbrel {
+
+/// The phone that a scenario begins with.
+struct PhoneLine {
+  Phone::Setup phone;
+  /// False: the plug-in is used without ever being registered.
+  bool isRegistered = true;
+  /// Whether the line sets the phone's clock.
+  bool hasClock = false;
+};
+
+/// What the application, the phone and the air around the plug-in do.
+struct Scenario {
+  PhoneLine phone;
+  std::vector<Step> steps;
+
+  /// Reads JSON Lines. `name` stands for the text in messages. Throws InputError, whose message
+  /// begins with "NAME:LINE: ", at the first thing that is wrong.
+  static Scenario parse(std::string_view text, const std::string& name);
+};
+
+/// Whether a line of a scenario says nothing: it is blank or a comment.
+[[nodiscard]] bool isSkipped(std::string_view line);
+
+/// Whether a line's object is the one that sets up the phone.
+[[nodiscard]] bool isPhoneLine(const Json& json);
+
+/// Reads the object that sets up the phone. Throws LineFault.
+/// REQUIRES: isPhoneLine(json)
+PhoneLine readPhoneLine(const Json& json);
+
+}  // namespace nimbrel

@@ -1,0 +1,13 @@
+#pragma once
+
+#include "host/base/Output.hpp"
+#include "host/scenario/Scenario.hpp"
+#include "host/scenario/Stage.hpp"
+
+namespace nimbrel {
+
+/// Plays `scenario` in virtual time and writes its transcript, JSON Lines, to `output`.
+void playScenario(const Scenario& scenario, Output& output,
+                  const PluginAttachment& attach = attachPlugin);
+
+}  // namespace nimbrel

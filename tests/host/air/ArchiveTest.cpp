@@ -1,0 +1,185 @@
+#include <archive.h>
+#include <archive_entry.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/air/Capture.hpp"
+#include "host/base/InputError.hpp"
+#include "tests/host/air/Bytes.hpp"
+
+namespace nimbrel {
+namespace {
+
+using Lines = std::vector<std::string>;
+
+struct File {
+  std::string path;
+  Bytes content;
+  std::int64_t changed = 1;
+};
+
+using Choose = int (*)(archive* made);
+
+Bytes archiveOf(Choose format, Choose filter, const std::vector<File>& files,
+                const char* options = nullptr) {
+  Bytes bytes(1U << 20U);
+  std::size_t size = 0;
+  archive* const made = archive_write_new();
+  format(made);
+  filter(made);
+  archive_write_set_options(made, options);
+  archive_write_set_passphrase(made, "secret");
+  archive_write_set_bytes_in_last_block(made, 1);
+  EXPECT_EQ(archive_write_open_memory(made, bytes.data(), bytes.size(), &size), ARCHIVE_OK);
+  for (const auto& [path, content, changed] : files) {
+    archive_entry* const entry = archive_entry_new();
+    archive_entry_set_pathname(entry, path.c_str());
+    archive_entry_set_filetype(entry, AE_IFREG);
+    archive_entry_set_size(entry, static_cast<la_int64_t>(content.size()));
+    archive_entry_set_mtime(entry, changed, 0);
+    archive_write_header(made, entry);
+    archive_write_data(made, content.data(), content.size());
+    archive_entry_free(entry);
+  }
+  archive_write_close(made);
+  archive_write_free(made);
+  bytes.resize(size);
+  return bytes;
+}
+
+Bytes zip(const std::vector<File>& files, const char* options = nullptr) {
+  return archiveOf(archive_write_set_format_zip, archive_write_add_filter_none, files, options);
+}
+Bytes tar(const std::vector<File>& files, Choose filter = archive_write_add_filter_none) {
+  return archiveOf(archive_write_set_format_pax_restricted, filter, files);
+}
+Bytes compressed(Choose filter, const Bytes& content) {
+  return archiveOf(archive_write_set_format_raw, filter, {{"data", content}});
+}
+
+/// With one report, of a device with that address, in that second.
+Bytes walk(std::uint8_t device, std::uint64_t second = 0) {
+  return btsnoop(1002, btsnoopRecord(3, 0x00DCDDB30F2F8000 + second * 1'000'000,
+                                     hex("04") + event(hex("02 01 00 01 6655443322") +
+                                                       Bytes{device} + hex("00 C4"))));
+}
+
+/// The last byte of the first address that is heard, or why there is none; then the warnings.
+Lines heard(const Bytes& bytes) {
+  Lines lines;
+  try {
+    const auto capture =
+        Capture::read(bytes, "a", [&](const std::string& warning) { lines.push_back(warning); });
+    const auto* const first = capture->next();
+    lines.insert(lines.begin(), first == nullptr ? capture->name() + ": " + capture->silence()
+                                                 : toHex(first->address.bytes).substr(0, 2));
+    EXPECT_TRUE(first == nullptr || capture->next() == nullptr);
+  } catch (const InputError& error) {
+    lines.insert(lines.begin(), error.what());
+  }
+  return lines;
+}
+
+const File kNote{"note.txt", text("--- BEGIN:BTSNOOP_LOG_SUMMAR")};
+
+TEST(Archive, OfEveryKindIsReadByItsContent) {
+  const Bytes seven = walk(7);
+  const std::pair<const char*, Bytes> cases[] = {
+      {"gz", compressed(archive_write_add_filter_gzip, seven)},
+      {"bz2", compressed(archive_write_add_filter_bzip2, seven)},
+      {"xz", compressed(archive_write_add_filter_xz, seven)},
+      {"zst", compressed(archive_write_add_filter_zstd, seven)},
+      {"zip", zip({kNote, {"FS/data/misc/bluetooth/logs/btsnoop_hci.log", seven}})},
+      {"zip, stored", zip({kNote, {"x", seven}}, "compression=store")},
+      {"tar", tar({kNote, {"x", seven}})},
+      {"tar.gz", tar({kNote, {"x", seven}}, archive_write_add_filter_gzip)},
+      {"tar.xz", tar({kNote, {"x", seven}}, archive_write_add_filter_xz)},
+      {"tar.zst", tar({kNote, {"x", seven}}, archive_write_add_filter_zstd)},
+      {"zip of gz", zip({{"x.gz", compressed(archive_write_add_filter_gzip, seven)}})},
+      {"zip of tar of gz",
+       zip({{"x", tar({{"y", compressed(archive_write_add_filter_gzip, seven)}})}})},
+  };
+  for (const auto& [what, bytes] : cases) {
+    EXPECT_EQ(heard(bytes), Lines{"07"}) << what;
+  }
+}
+
+TEST(Archive, IsNotSeenInARecordingThatHoldsTheMarkOfOneByChance) {
+  const auto seven = walk(7);
+  auto bytes = seven + btsnoopRecord(3, 0, Bytes(512, 0));
+  const auto mark = text("ustar");
+  std::copy(mark.begin(), mark.end(), bytes.begin() + 257);
+  EXPECT_EQ(heard(bytes), Lines{"07"});
+}
+
+TEST(Archive, GivesTheNewestOfSeveralAndNamesTheOthers) {
+  const Bytes ethernet = pcapHeader(little, 1);
+  const std::pair<Bytes, Lines> cases[] = {
+      {zip({{"b", walk(1), 100}, {"c", walk(2), 200}, {"a", walk(3), 150}}),
+       {"02", "a (c) is used, the newest recording; also there: b, a"}},
+      // Changed at the same time: the one that begins last.
+      {tar({{"log", walk(1, 60)}, {"log.last", walk(2, 10)}}),
+       {"01", "a (log) is used, the newest recording; also there: log.last"}},
+      {zip({{"x.zip", zip({{"old\x1B", walk(1), 100}}), 900}, {"new", walk(2), 200}}),
+       {"02", "a (new) is used, the newest recording; also there: x.zip/old\\x1B"}},
+      {zip({{"x.gz", compressed(archive_write_add_filter_gzip, walk(1)), 300},
+            {"y", walk(2), 200}}),
+       {"01", "a (x.gz) is used, the newest recording; also there: y"}},
+      {zip({{"good", walk(1), 100}, {"bad", ethernet, 200}}),
+       {"01", "a (good) is used, the newest recording; also there: bad"}},
+  };
+  for (const auto& [bytes, expected] : cases) {
+    EXPECT_EQ(heard(bytes), expected);
+  }
+}
+
+TEST(Archive, SaysWhyNothingInItIsUsed) {
+  const Bytes seven = walk(7);
+  auto deep = zip({{"x", seven}});
+  for (int i = 0; i < 2; ++i) {
+    deep = zip({{"x", deep}});
+  }
+  EXPECT_EQ(heard(deep), Lines{"07"});
+  const std::pair<Bytes, std::string> cases[] = {
+      {zip({kNote}),
+       "a: holds no recording that can be read; of Android, switch on the Bluetooth HCI snoop log "
+       "before you take the bug report"},
+      {zip({{"x", deep}}), "a: holds archives in archives, more than three deep; unpack it first"},
+      {zip({{"x", seven}}, "encryption=zipcrypt"), "a: is encrypted; unpack it first"},
+      {compressed(archive_write_add_filter_xz, seven + Bytes(70'000'000, 0)),
+       "a: unpacks to more than 400 times its size, as no recording does; if you trust it, unpack "
+       "it by other means"},
+      {hex("1F8B0800"), "a: is damaged (nothing in it can be unpacked); copy it again"},
+      {zip({{"x", pcapHeader(little, 1)}}),
+       "a (x): is a recording of Ethernet (link type 1), which holds no Bluetooth LE that can be "
+       "read; record a Bluetooth adapter, a Bluetooth controller's USB or a Bluetooth LE sniffer"},
+  };
+  for (const auto& [bytes, expected] : cases) {
+    EXPECT_EQ(heard(bytes), Lines{expected});
+  }
+}
+
+TEST(Archive, CutOffIsUsedUpToThere) {
+  Bytes records;
+  for (std::uint32_t i = 0; i < 20'000; ++i) {
+    const std::uint32_t scattered = i * 2'654'435'761U;
+    const auto record = btsnoopRecord(3, scattered, hex("04 0E0100"));
+    records.insert(records.end(), record.begin(), record.end());
+  }
+  const auto first = walk(7);
+  const auto whole = compressed(archive_write_add_filter_gzip, first + records);
+  const auto lines =
+      heard(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(whole.size() / 2)));
+  ASSERT_EQ(lines.size(), 3U) << testing::PrintToString(lines);
+  EXPECT_EQ(lines[0], "07");
+  EXPECT_PRED_FORMAT2(testing::IsSubstring, "truncated gzip input", lines[1]);
+  EXPECT_PRED_FORMAT2(testing::IsSubstring, "is cut off inside the record", lines[2]);
+}
+
+}  // namespace
+}  // namespace nimbrel

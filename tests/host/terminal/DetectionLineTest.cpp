@@ -1,0 +1,69 @@
+#include <gtest/gtest.h>
+
+#include <clocale>
+#include <cstdlib>
+#include <ctime>
+#include <limits>
+
+#include "Classes/model/DetectionEvent.hpp"
+#include "host/terminal/DetectionLine.hpp"
+
+namespace nimbrel {
+namespace {
+
+std::string lineOf(DetectionEvent event, bool isColoured = false) {
+  setlocale(LC_CTYPE, "C.UTF-8");
+  setenv("TZ", "UTC", 1);
+  tzset();
+  event.ts = 1700000000987;
+  event.proximity = proximityWord(event.distance);
+  std::string line;
+  DetectionLine(isColoured).append(line, std::move(event).toMap());
+  return line;
+}
+
+DetectionEvent detection(std::string name, double rssi, double distance) {
+  DetectionEvent event;
+  event.uuid = "6E696D62-7265-8C00-8001-C65544332211";
+  event.name = std::move(name);
+  event.rssi = rssi;
+  event.distance = distance;
+  return event;
+}
+
+TEST(DetectionLine, AlignsItsColumnsWhateverTheyHold) {
+  EXPECT_EQ(lineOf(detection("", -60.0, 0.25)),
+            "22:13:20.987  C6:55:44:33:22:11         -             -60 dBm     0.25 m  immediate");
+  EXPECT_EQ(lineOf(detection("Café 北京\n", 0.0, -1.0)),
+            "22:13:20.987  Café 北京\\x0A             -              silent          ?  unknown");
+  EXPECT_EQ(lineOf(detection("A name of more than twenty-four letters", -100.0,
+                             std::numeric_limits<double>::infinity())),
+            "22:13:20.987  A name of more than twe…  -            -100 dBm      >1 km  far");
+  EXPECT_EQ(lineOf(detection("一二三四五六七八九十一二三", -60.0, 0.25)),
+            "22:13:20.987  一二三四五六七八九十一…   -             -60 dBm     0.25 m  immediate");
+  EXPECT_EQ(
+      lineOf(detection("e\u0301tage", -60.0, 0.25)),
+      "22:13:20.987  e\u0301tage                     -             -60 dBm     0.25 m  immediate");
+}
+
+TEST(DetectionLine, HasTheTimeOfTheMachinesZoneOrOfUtc) {
+  setenv("TZ", "CET-1", 1);
+  tzset();
+  DetectionEvent event = detection("x", -60.0, 0.25);
+  event.ts = 1700000000987;
+  const EncodableMap map = std::move(event).toMap();
+  std::string local;
+  DetectionLine(false).append(local, map);
+  std::string utc;
+  DetectionLine(false, true).append(utc, map);
+  EXPECT_EQ(local.substr(0, 12), "23:13:20.987");
+  EXPECT_EQ(utc.substr(0, 12), "22:13:20.987");
+}
+
+TEST(DetectionLine, ColoursTheProximityOnATerminal) {
+  const std::string line = lineOf(detection("x", -60.0, 0.25), true);
+  EXPECT_NE(line.find("\033[1;32mimmediate\033[0m"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace nimbrel
