@@ -1,0 +1,533 @@
+import 'dart:async';
+import 'dart:convert';
+import 'dart:io';
+
+import 'package:flutter/services.dart';
+import 'package:flutter/stub_engine.dart';
+import 'package:nimbrel/desk.dart';
+import 'package:nimbrel/nimbrel.dart';
+import 'package:nimbrel/src/method_channels.dart';
+
+import 'harness.dart';
+
+const lobby = 'E2C56DB5-DFFB-48D2-B060-D0F5A71096E0';
+const gallery = '6A1F3C52-8E0B-4D27-9C64-1B7E5D20F3A8';
+const second = Duration(seconds: 1);
+
+final root = Platform.script.resolve('../../').toFilePath();
+final nimbrel = Platform.environment['NIMBREL'] ?? '${root}build/release/nimbrel';
+final walk = '${root}example/walk.btsnoop';
+
+/// Runs [body] with a desk as the platform, which is stopped in the end.
+Future<void> atDesk(
+  Future<void> Function(Desk desk) body, {
+  String? scenario,
+  String? capture,
+  double? speed,
+  Phone? phone,
+  Duration resolution = const Duration(milliseconds: 100),
+  String? command,
+}) async {
+  final desk = await Desk.start(
+    scenario: scenario,
+    capture: capture,
+    speed: speed,
+    phone: phone,
+    resolution: resolution,
+    command: command,
+  );
+  NimbrelPlatform.instance = desk;
+  try {
+    await body(desk);
+  } finally {
+    await desk.stop();
+  }
+}
+
+/// Hands a file of that content to [body].
+Future<void> withFile(String name, String content, Future<void> Function(String path) body) async {
+  final folder = await Directory.systemTemp.createTemp('nimbrel');
+  try {
+    final file = File('${folder.path}/$name');
+    await file.writeAsString(content);
+    await Process.run('chmod', ['+x', file.path]);
+    await body(file.path);
+  } finally {
+    await folder.delete(recursive: true);
+  }
+}
+
+/// The detections that the command prints as `key` of its lines, or as the lines themselves.
+Future<List<Object?>> printed(List<String> arguments, {String? key}) async {
+  final run = await Process.run(nimbrel, arguments, stdoutEncoding: utf8);
+  expect(run.exitCode, 0, run.stderr as String);
+  return const LineSplitter()
+      .convert(run.stdout as String)
+      .map((line) => jsonDecode(line) as Map<String, Object?>)
+      .where((line) => key == null || line.containsKey(key))
+      .map((line) => Detection.fromEvent(key == null ? line : line[key]))
+      .toList();
+}
+
+Future<void> advertiseLobby(
+  Desk desk, {
+  num rssi = -55,
+  Duration lasting = const Duration(minutes: 5),
+}) => desk.advertiseBeacon(
+  uuid: lobby,
+  rssi: rssi,
+  every: const Duration(milliseconds: 100),
+  lasting: lasting,
+);
+
+/// A command whose input ends after three lines.
+final cutOff = r'''
+#!/bin/sh
+for line in 1 2 3; do read -r step; printf '%s\n' "$step"; done | NIMBREL "$@"
+echo Bye >&2
+'''.replaceFirst('NIMBREL', nimbrel);
+
+/// A scenario's steps in the air, behind the calls of its application.
+const steps = '''
+# A phone and its air.
+{"phone": {"authorization": "whenInUse", "clock": 1700000000.5}}
+{"at": 0, "listen": true}
+{"call": "startDetection", "arguments": CALL}
+
+{"at": 1, "advertise": {"address": "C6:55:44:33:22:11", "name": "Lobby", "manufacturerData": "4C000215E2C56DB5DFFB48D2B060D0F5A71096E000010002C5", "rssi": -60}, "every": 0.5, "for": 10}
+{"after": 1.5, "advertise": {"address": "C6:55:44:33:22:12", "rssi": -75.5}, "every": 1, "for": 10}
+{"at": 5, "bluetooth": "poweredOff"}
+{"after": 2.25, "bluetooth": "poweredOn"}
+{"at": 9, "clock": 1800000000}
+{"at": 60, "wait": true}
+''';
+
+void deskTests() {
+  test('the application hears what simulate gives', () async {
+    for (final (arguments, filters) in [
+      ('{"filters": [{"uuid": "$lobby"}]}', [BeaconFilter(uuid: lobby)]),
+      ('null', <BeaconFilter>[]),
+    ]) {
+      await withFile('air.jsonl', steps.replaceFirst('CALL', arguments), (path) async {
+        final heard = <Detection>[];
+        await atDesk(scenario: path, (desk) async {
+          Nimbrel.detections.listen(heard.add);
+          await Nimbrel.startDetection(filters: filters);
+          await desk.waitUntilEnd();
+          expect(desk.time, const Duration(minutes: 1));
+        });
+        final expected = await printed(['simulate', path], key: 'event');
+        expect(heard, expected);
+        expect(heard.length > 3, true, '${heard.length} detections');
+      });
+    }
+  });
+
+  test('a recording gives what scan gives', () async {
+    for (final (options, filters) in [
+      (
+        ['--filter', '$gallery/1=Gallery'],
+        [BeaconFilter(uuid: gallery, majorId: 1, identifier: 'Gallery')],
+      ),
+      (<String>[], <BeaconFilter>[]),
+    ]) {
+      final heard = <Detection>[];
+      await atDesk(capture: walk, (desk) async {
+        Nimbrel.detections.listen(heard.add);
+        await Nimbrel.startDetection(filters: filters);
+        await desk.waitUntilEnd();
+      });
+      expect(heard, await printed(['scan', '--json', '--quiet', ...options, walk]));
+    }
+  });
+
+  test('the door opens when the beacon is near, once, and not again after Bluetooth was off', () {
+    return atDesk((desk) async {
+      var opened = 0;
+      var visiting = false;
+      Nimbrel.detections.listen((detection) {
+        if (detection.proximity != Proximity.unknown) {
+          final near = detection.proximity != Proximity.far;
+          opened += near && !visiting ? 1 : 0;
+          visiting = near;
+        }
+      });
+      await Nimbrel.startDetection(filters: [BeaconFilter(uuid: lobby)]);
+      await desk.wait(second * 5);
+      expect(opened, 0, 'nobody there');
+      await advertiseLobby(desk, rssi: -90, lasting: second * 5);
+      await desk.wait(second * 8);
+      expect(opened, 0, 'far');
+      await advertiseLobby(desk);
+      await desk.wait(second * 30);
+      expect(opened, 1, 'near');
+      await desk.setBluetooth(BluetoothState.poweredOff);
+      await desk.wait(second * 5);
+      await desk.setBluetooth(BluetoothState.poweredOn);
+      await desk.wait(second * 10);
+      expect(opened, 1, 'near again');
+    });
+  });
+
+  test('what the application has begun to do is played before time goes on', () {
+    return atDesk((desk) async {
+      final times = <Object?>[];
+      desk.transcript
+          .where((line) => line.containsKey('reply'))
+          .listen((line) => times.add(line['at']));
+      Future<void> start() async {
+        await Nimbrel.checkPermissionStatus();
+        await Nimbrel.startDetection();
+      }
+
+      unawaited(start());
+      await desk.wait(second);
+      expect(times, [0.0, 0.0]);
+    });
+  });
+
+  test('what the application makes of an event is played before time goes on', () {
+    return atDesk((desk) async {
+      final heard = <Duration>[];
+      Nimbrel.detections.listen((detection) async {
+        heard.add(desk.time);
+        await Nimbrel.stopDetection();
+        await Nimbrel.startDetection();
+        await Nimbrel.stopDetection();
+      });
+      await Nimbrel.startDetection(filters: [BeaconFilter(uuid: lobby)]);
+      await advertiseLobby(desk);
+      final calls = <Object?>[];
+      desk.transcript
+          .where((line) => line.containsKey('reply'))
+          .listen((line) => calls.addAll([line['reply'], line['at']]));
+      await desk.wait(const Duration(minutes: 1));
+      expect(heard.length, 1);
+      final at = calls[1];
+      expect(calls, ['stopDetection', at, 'startDetection', at, 'stopDetection', at]);
+      expect((at! as num) * 1e6 - heard.single.inMicroseconds < 100001, true);
+    });
+  });
+
+  test('the channels speak the language of the plug-in', () {
+    return atDesk((desk) async {
+      StubEngine.reset();
+      const events = 'com.quorvane.nimbrel/events';
+      StubEngine.handlers['com.quorvane.nimbrel/methods'] = desk.invoke;
+      StreamSubscription<Object?>? listening;
+      StubEngine.handlers[events] = (method, _) async {
+        await listening?.cancel();
+        listening = method == 'listen'
+            ? desk.events.listen((event) => StubEngine.sinks[events]?.call(event))
+            : null;
+      };
+      NimbrelPlatform.instance = MethodChannels();
+      final heard = <Detection>[];
+      final subscription = Nimbrel.detections.listen(heard.add);
+      expect(await Nimbrel.checkPermissionStatus(), PermissionStatus.authorized);
+      expect(await Nimbrel.requestPermissions(), true);
+      expect(await Nimbrel.updateConfig(isInForeground: true), true);
+      final filter = BeaconFilter(uuid: lobby, majorId: 1, minorId: 1, identifier: 'Lobby');
+      expect(await Nimbrel.startDetection(filters: [filter]), true);
+      await advertiseLobby(desk, lasting: second);
+      await desk.wait(second * 3);
+      expect(await Nimbrel.stopDetection(), true);
+      expect(heard.first.identifier, 'Lobby');
+      expect(heard.first.isBeacon, true);
+      await subscription.cancel();
+      await expectThrows<MissingPluginException>(() => desk.invoke('startdetection'));
+    });
+  });
+
+  test('each step does what it says', () {
+    return atDesk(phone: const Phone(systemVersion: '13.7', regionExitDelay: second), (desk) async {
+      Future<List<Object?>> during(Future<void> step, String key) async {
+        final seen = <Object?>[];
+        final subscription = desk.transcript
+            .where((line) => line.containsKey(key))
+            .listen((line) => seen.add(line[key]));
+        await step;
+        await subscription.cancel();
+        return seen;
+      }
+
+      final heard = <Detection>[];
+      Nimbrel.detections.listen(heard.add);
+      await Nimbrel.startDetection(filters: [BeaconFilter(uuid: lobby, identifier: 'Lobby')]);
+      await desk.range(
+        region: 'beacon_E2C56DB5',
+        beacons: const [
+          RangedBeacon(
+            uuid: lobby,
+            majorId: 1,
+            minorId: 2,
+            rssi: -70,
+            accuracy: 2.5,
+            proximity: Proximity.near,
+          ),
+          RangedBeacon(
+            uuid: lobby,
+            majorId: 1,
+            minorId: 3,
+            rssi: 0,
+            accuracy: -1,
+            proximity: Proximity.unknown,
+          ),
+        ],
+      );
+      expect(heard.map((one) => (one.minorId, one.rssi, one.distance, one.proximity)), [
+        (2, -70, 2.5, Proximity.near),
+        (3, null, null, Proximity.unknown),
+      ]);
+      expect(await during(desk.exit('beacon_E2C56DB5'), 'request'), ['stopRangingBeacons']);
+      expect(await during(desk.enter('beacon_E2C56DB5'), 'request'), ['startRangingBeacons']);
+      expect(await during(desk.enter('home', isBeacon: false), 'request'), <Object?>[]);
+      for (final failure in [
+        desk.failLocation('lost'),
+        desk.failMonitoring('lost', region: 'beacon_E2C56DB5'),
+        desk.failMonitoring('lost'),
+        desk.failRanging('lost', region: 'beacon_E2C56DB5'),
+      ]) {
+        expect('${(await during(failure, 'log')).single}'.contains('lost'), true);
+      }
+      await Nimbrel.stopDetection();
+
+      heard.clear();
+      await Nimbrel.startDetection();
+      await desk.setClock(DateTime.utc(2030));
+      await desk.discover(
+        identifier: lobby,
+        name: 'Beacon',
+        manufacturerData: [0x0A, 0x00, 0xFF, 0x01, 0x02, 0x03],
+        rssi: -60,
+      );
+      await desk.advertise(
+        address: '00:1B:DC:07:32:EE',
+        addressType: AddressType.public,
+        name: 'Door Beacon',
+        manufacturerData: [0x0A, 0x01, 0, 0, 0, 0],
+        rssi: -50,
+      );
+      await desk.advertiseData(
+        address: 'C6:55:44:33:22:11',
+        data: [7, 0x09, ...'Beacon'.codeUnits],
+        rssi: -40,
+      );
+      await desk.advertiseData(
+        address: 'C6:55:44:33:22:11',
+        data: [7, 0xFF, 0x0A, 0x02, 0, 0, 0, 0],
+        scanResponse: true,
+        rssi: -45,
+      );
+      await desk.advertiseBeacon(
+        uuid: lobby,
+        majorId: 258,
+        minorId: 65535,
+        txPower: -61,
+        rssi: -61,
+      );
+      expect(heard.map((one) => (one.name, one.mac, one.rssi, one.isBeacon)), [
+        ('Beacon', '0A:00:FF:01:02:03', -60, false),
+        ('Door Beacon', '0A:01:00:00:00:00', -50, false),
+        ('Beacon', '', -40, false),
+        ('Beacon', '0A:02:00:00:00:00', -45, false),
+        ('', '4C:00:02:15:E2:C5', -61, true),
+      ]);
+      expect(
+        (heard.last.uuid, heard.last.majorId, heard.last.minorId, heard.last.txPower),
+        (lobby, 258, 65535, -61),
+      );
+      expect(heard.first.time, DateTime.utc(2030));
+      await desk.setAuthorization(Authorization.denied);
+      expect(await Nimbrel.checkPermissionStatus(), PermissionStatus.denied);
+      await expectThrows<ArgumentError>(() => desk.advertiseBeacon(uuid: 'lobby', rssi: -1));
+      await expectThrows<RangeError>(
+        () => desk.advertiseBeacon(uuid: lobby, majorId: 65536, rssi: -1),
+      );
+    });
+  });
+
+  test('the user answers the request for permission, or leaves it', () async {
+    for (final (prompt, granted) in [
+      (PromptAnswer.whenInUse, true),
+      (PromptAnswer.denied, false),
+    ]) {
+      final phone = Phone(authorization: Authorization.notDetermined, prompt: prompt);
+      await atDesk(phone: phone, (desk) async {
+        final answer = Nimbrel.requestPermissions();
+        await desk.wait(second * 2);
+        expect(await answer, granted);
+      });
+    }
+    const phone = Phone(authorization: Authorization.whenInUse, prompt: PromptAnswer.whenInUse);
+    await atDesk(phone: phone, (desk) async {
+      var answered = false;
+      final answer = Nimbrel.requestPermissions().whenComplete(() => answered = true);
+      await desk.wait(second * 10);
+      expect(answered, false, 'keeps what there is: nobody is told');
+      desk
+        ..setForeground(isInForeground: false)
+        ..setForeground(isInForeground: true);
+      expect(await answer, true);
+    });
+  });
+
+  test('a step that cannot be played is an error, and the desk goes on', () {
+    return atDesk((desk) async {
+      final error = await expectThrows<DeskException>(() => desk.play({'foo': 1}));
+      expect(error.message.contains('foo'), true, error.message);
+      expect(await Nimbrel.startDetection(), true);
+      await expectThrows<ArgumentError>(() => desk.wait(-second));
+      final waits = desk.wait(second);
+      await expectThrows<StateError>(() => desk.wait(second));
+      await waits;
+      await expectThrows<StateError>(desk.waitUntilEnd);
+    });
+  });
+
+  test('what is wrong with a scenario is said with file and line', () async {
+    for (final (content, line, what) in [
+      ('{"at": 0, "wait": true}\n\nnonsense', 3, ''),
+      ('[]', 1, 'object'),
+      ('{"at": "now", "wait": true}', 1, 'seconds'),
+      ('{"at": 1, "after": 1, "wait": true}', 1, 'seconds'),
+      ('{"at": 1, "wait": true}\n{"at": 0.5, "wait": true}', 2, 'backwards'),
+      ('# first\n{"at": 1, "foo": true}', 2, 'foo'),
+    ]) {
+      await withFile('wrong.jsonl', content, (path) async {
+        final error = await expectThrows<DeskException>(
+          () => atDesk(scenario: path, (desk) => desk.waitUntilEnd()),
+        );
+        expect(error.message.startsWith('$path:$line: '), true, error.message);
+        expect(error.message.contains(what), true, error.message);
+      });
+    }
+  });
+
+  test('what a desk cannot be started with is said', () async {
+    for (final (start, what) in [
+      (() => Desk.start(command: '/nowhere/nimbrel'), '/nowhere/nimbrel'),
+      (() => Desk.start(scenario: '/nowhere/day.jsonl'), '/nowhere/day.jsonl'),
+      (() => Desk.start(capture: '/nowhere/walk.btsnoop'), '/nowhere/walk.btsnoop'),
+      (() => Desk.start(phone: const Phone(systemVersion: 'new')), 'is not a version'),
+      (() => Desk.start(command: '/bin/false'), 'status 1'),
+      (() => Desk.start(command: '/bin/echo'), 'desk'),
+    ]) {
+      final error = await expectThrows<DeskException>(start);
+      expect(error.message.contains(what), true, error.message);
+    }
+    await expectThrows<ArgumentError>(() => Desk.start(live: true, capture: walk));
+    for (final speed in [0.0, -1.0, double.nan, double.infinity]) {
+      await expectThrows<ArgumentError>(() => Desk.start(speed: speed));
+    }
+    await expectThrows<ArgumentError>(() => Desk.start(resolution: Duration.zero));
+  });
+
+  test('a child that ends by itself takes the desk with it', () async {
+    await withFile('short', cutOff, (path) async {
+      final desk = await Desk.start(command: path);
+      NimbrelPlatform.instance = desk;
+      final heard = <Object>[];
+      final ended = Completer<void>();
+      Nimbrel.detections.listen(heard.add, onError: heard.add, onDone: ended.complete);
+      await Nimbrel.startDetection();
+      final error = await expectThrows<DeskException>(() => desk.wait(second));
+      expect(error.message, 'Bye');
+      await ended.future;
+      expect('${heard.single}', 'DeskException: Bye');
+      await expectThrows<DeskException>(Nimbrel.checkPermissionStatus);
+      await expectThrows<DeskException>(desk.stop);
+    });
+  });
+
+  test('the child ends with a program that is killed', () async {
+    const script = r'''
+#!/bin/sh
+NIMBREL "$@"
+echo $? >"$(dirname "$0")/ended"
+''';
+    await withFile('wrapper', script.replaceFirst('NIMBREL', nimbrel), (path) async {
+      final ended = '${File(path).parent.path}/ended';
+      await Process.run('mkfifo', [ended]);
+      final program = '${File(path).parent.path}/main.dart';
+      await File(program).writeAsString('''
+import 'package:nimbrel/desk.dart';
+Future<void> main() async {
+  final desk = await Desk.start(command: '$path');
+  print('started');
+  await desk.wait(const Duration(days: 1));
+}
+''');
+      final killed = await Process.start(Platform.resolvedExecutable, [
+        '--packages=${root}tests/dart/packages.json',
+        program,
+      ]);
+      await killed.stdout.transform(utf8.decoder).firstWhere((text) => text.contains('started'));
+      killed.kill(ProcessSignal.sigkill);
+      expect((await Process.run('cat', [ended])).stdout, '0\n');
+    });
+  });
+
+  test('with a speed, time passes by itself', () async {
+    await withFile('air.jsonl', steps.replaceFirst('CALL', 'null'), (path) async {
+      await atDesk(scenario: path, speed: 200, (desk) async {
+        final heard = <Detection>[];
+        Nimbrel.detections.listen(heard.add);
+        await Nimbrel.startDetection();
+        await desk.waitUntilEnd();
+        expect(desk.time >= second * 60, true, '${desk.time}');
+        expect(heard.isNotEmpty, true);
+        final before = desk.time;
+        await desk.wait(second * 10);
+        expect(desk.time - before >= second * 10, true);
+      });
+    });
+    await atDesk(capture: walk, speed: 1000, (desk) async {
+      final heard = <Detection>[];
+      Nimbrel.detections.listen(heard.add);
+      await Nimbrel.startDetection();
+      await desk.waitUntilEnd();
+      expect(heard.isNotEmpty, true);
+    });
+  });
+
+  test('a phone is set up by the scenario or by the program, not both', () async {
+    await withFile('phone.jsonl', '{"phone": {}}', (path) async {
+      await expectThrows<ArgumentError>(() => Desk.start(scenario: path, phone: const Phone()));
+    });
+  });
+
+  test('a call that waits for its reply ends with the child', () async {
+    await withFile('short', cutOff, (path) async {
+      final desk = await Desk.start(
+        phone: const Phone(authorization: Authorization.notDetermined),
+        command: path,
+      );
+      final request = expectThrows<DeskException>(desk.requestPermissions);
+      await desk.play({'wait': true}).catchError((Object _) {});
+      await request;
+      await expectThrows<DeskException>(desk.stop);
+    });
+  });
+
+  test('a stopped desk does not wait for the next step of its scenario', () async {
+    await withFile('later.jsonl', '{"at": 86400, "wait": true}', (path) async {
+      await atDesk(scenario: path, speed: 1, (desk) async {
+        final ends = desk.waitUntilEnd();
+        unawaited(desk.stop());
+        await ends;
+      });
+    });
+  });
+
+  test('a stopped desk plays no more', () async {
+    final desk = await Desk.start(phone: const Phone(authorization: Authorization.notDetermined));
+    NimbrelPlatform.instance = desk;
+    unawaited(Nimbrel.requestPermissions());
+    final subscription = Nimbrel.detections.listen((_) {});
+    await desk.stop();
+    await subscription.cancel();
+    await expectThrows<StateError>(Nimbrel.startDetection);
+    await desk.stop();
+  });
+}
