@@ -14,12 +14,6 @@ namespace nimbrel {
 
 namespace {
 
-Phone::Setup setupFor(const ExplainOptions& options) {
-  Phone::Setup setup = options.phone();
-  setup.hasConsole = false;
-  return setup;
-}
-
 /// Whether `wanted` is a device's address, its name, or the UUID of one of its beacons or of the
 /// device itself; letter case does not matter.
 bool isMeant(const FoundDevice& device, const std::string& wanted) {
@@ -36,39 +30,11 @@ bool isMeant(const FoundDevice& device, const std::string& wanted) {
 
 ExplainSession::ExplainSession(const ExplainOptions& options, MainQueue& queue, Output& output,
                                Output& errors)
-    : Session(options.filters, setupFor(options), queue),
+    : FindingsSession(options, options.quiet, options.device.has_value(), queue, errors),
       options_(options),
-      output_(output),
-      errors_(errors),
-      findings_({options.filters, options.withholdsBeacons, options.device.has_value()}) {}
+      output_(output) {}
 
-void ExplainSession::hear(const Advertisement& advertisement) {
-  findings_.begin(advertisement, elapsed());
-  Session::hear(advertisement);
-  findings_.settle();
-}
-
-void ExplainSession::received(const EncodableValue& event) {
-  findings_.received(std::get<EncodableMap>(event));
-}
-
-void ExplainSession::note(const std::string& line) {
-  if (!options_.quiet) {
-    errors_.writeLine(line);
-    errors_.flush();
-  }
-}
-
-void ExplainSession::clockJumped(std::chrono::microseconds before,
-                                 std::chrono::microseconds after) {
-  findings_.clockJumped({before, after}, elapsed());
-}
-
-void ExplainSession::conclude(std::uint64_t damagedPackets) {
-  findings_.end(elapsed());
-  if (damagedPackets > 0) {
-    note("nimbrel: " + counted(damagedPackets, "packet") + " with a wrong checksum left out");
-  }
+void ExplainSession::tell() {
   if (options_.json) {
     writeJson();
   } else {
@@ -80,7 +46,7 @@ void ExplainSession::conclude(std::uint64_t damagedPackets) {
 std::vector<const FoundDevice*> ExplainSession::devicesAskedFor() const {
   const std::string wanted = upperCased(options_.device.value_or(""));
   std::vector<const FoundDevice*> devices;
-  for (const FoundDevice& device : findings_.devices()) {
+  for (const FoundDevice& device : findings().devices()) {
     if (!options_.device.has_value() || isMeant(device, wanted)) {
       devices.push_back(&device);
     }
@@ -88,18 +54,18 @@ std::vector<const FoundDevice*> ExplainSession::devicesAskedFor() const {
   if (devices.empty()) {
     throw InputError("--device '" + options_.device.value_or("") + "'",
                      "no such device was heard; leave it out, and give --all to see all " +
-                         std::to_string(findings_.devices().size()));
+                         std::to_string(findings().devices().size()));
   }
   return devices;
 }
 
 void ExplainSession::writeJson() {
   for (const FoundDevice* device : devicesAskedFor()) {
-    appendDeviceJson(output_.buffer(), findings_, *device);
+    appendDeviceJson(output_.buffer(), findings(), *device);
     output_.buffer().push_back('\n');
     output_.lineEnded();
   }
-  appendRunJson(output_.buffer(), findings_);
+  appendRunJson(output_.buffer(), findings());
   output_.buffer().push_back('\n');
 }
 
@@ -114,11 +80,11 @@ void ExplainSession::writeText() {
     style.lines = output_.isTerminal() ? size.lines : 40;
   }
   if (!options_.device.has_value()) {
-    output_.buffer().append(findingsText(findings_, style));
+    output_.buffer().append(findingsText(findings(), style));
     return;
   }
   for (const FoundDevice* device : devicesAskedFor()) {
-    output_.buffer().append(storyText(findings_, *device, style));
+    output_.buffer().append(storyText(findings(), *device, style));
     output_.lineEnded();
   }
 }

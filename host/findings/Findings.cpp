@@ -81,20 +81,22 @@ Findings::Findings(const Setup& setup)
       keepsStories_(setup.keepsStories),
       filters_(foundFilters(setup.filters)) {}
 
-void Findings::begin(const Advertisement& advertisement, MainQueue::Time now) {
+std::size_t Findings::begin(const Advertisement& advertisement, MainQueue::Time now) {
   assert(device_ == nullptr);
   const auto [place, isNew] =
       places_.try_emplace(advertisement.address, static_cast<std::uint32_t>(devices_.size()));
   if (isNew) {
     devices_.emplace_back().address = advertisement.address;
   }
-  device_ = &devices_[place->second];
+  place_ = place->second;
+  device_ = &devices_[place_];
   takeTimes(*device_, advertisement, now);
   carriesIBeacon_ = isAdmitted_ = hasEvent_ = false;
   fate_ = Fate::deaf;
   if (const auto data = AdvertisingData::parse(advertisement.data).manufacturerData) {
     takeManufacturerData(*device_, *data);
   }
+  return place_;
 }
 
 void Findings::takeTimes(FoundDevice& device, const Advertisement& advertisement,
@@ -242,6 +244,7 @@ void Findings::countRanged(Acceptance& acceptance) {
     beacon.filter = acceptance.filter;
   }
   FoundBeacon& beacon = beacons_[acceptance.beacon];
+  beacon.lastDevice = place_;
   ++beacon.heard;
   if (!frame.isRanged) {
     frame.isRanged = true;
@@ -249,28 +252,37 @@ void Findings::countRanged(Acceptance& acceptance) {
   }
 }
 
-void Findings::received(const EncodableMap& event) {
+std::optional<std::size_t> Findings::received(const EncodableMap& event) {
   ++events_;
   if (isGeneric()) {
+    if (device_ == nullptr) {
+      ++unheardEvents_;
+      return std::nullopt;
+    }
     hasEvent_ = true;
-    return;
+    return place_;
   }
   const auto uuid = parseUuid(*valueFor<std::string>(event, "uuid"));
   assert(uuid.has_value());
   const Acceptance& acceptance =
       acceptanceOf({*uuid, static_cast<std::uint16_t>(*integerFor(event, "majorId")),
                     static_cast<std::uint16_t>(*integerFor(event, "minorId"))});
-  if (acceptance.filter == kNone || acceptance.beacon == kNone) {
+  if (acceptance.filter == kNone) {
     throw std::logic_error(
         "an event came that no filter accepts; this is a fault of nimbrel, please report it");
   }
   ++filters_[acceptance.filter].events;
+  if (acceptance.beacon == kNone) {
+    ++unheardEvents_;
+    return std::nullopt;
+  }
   FoundBeacon& beacon = beacons_[acceptance.beacon];
   ++beacon.events;
   beacon.silent += *valueFor<double>(event, "rssi") == 0.0 ? 1 : 0;
   if (!beacon.identifier.has_value()) {
     beacon.identifier = *valueFor<std::string>(event, "identifier");
   }
+  return beacon.lastDevice;
 }
 
 void Findings::clockJumped(const ClockJump& jump, MainQueue::Time now) {
@@ -322,7 +334,7 @@ void Findings::end(MainQueue::Time now) {
     total += sum;
     events += device.count(Fate::event);
   }
-  if (!isWhole || total != advertisements_ || (isGeneric() && events != events_)) {
+  if (!isWhole || total != advertisements_ || (isGeneric() && events + unheardEvents_ != events_)) {
     throw std::logic_error(
         "the fates do not add up to what was heard; this is a fault of nimbrel, please report it");
   }

@@ -115,6 +115,7 @@ struct FoundBeacon {
   std::size_t filter = 0;                 // the first one to accept it
   std::optional<std::string> identifier;  // of its events; absent before the first
   std::uint32_t devices = 0;
+  std::uint32_t lastDevice = 0;  // the place of the one that sent it last, among the devices
   std::uint64_t heard = 0;
   std::uint64_t events = 0;
   std::uint64_t silent = 0;  // events with signal strength 0
@@ -151,10 +152,13 @@ class Findings {
 
   explicit Findings(const Setup& setup);
 
-  void begin(const Advertisement& advertisement, MainQueue::Time now);
+  /// Returns the place of the device among the devices.
+  std::size_t begin(const Advertisement& advertisement, MainQueue::Time now);
   void discovered(const CBPeripheral& peripheral, const CBAdvertisementData& data);
   void heard(std::optional<std::string_view> name, ScanOutcome scan, RangingOutcome ranging);
-  void received(const EncodableMap& event);
+  /// Returns the place of the device that the event tells of: in filter mode, the one that sent the
+  /// beacon last. Absent where no advertisement led to it.
+  std::optional<std::size_t> received(const EncodableMap& event);
   void settle();
   void requested(const Request& request);
   /// The recording's clock jumped, up to this time of the run.
@@ -214,10 +218,12 @@ class Findings {
   std::vector<CLBeaconRegion> regions_;
   std::uint64_t advertisements_ = 0;
   std::uint64_t events_ = 0;
+  std::uint64_t unheardEvents_ = 0;  // those that no advertisement led to
   MainQueue::Time length_{};
 
   // The advertisement between `begin` and `settle`.
   FoundDevice* device_ = nullptr;
+  std::uint32_t place_ = 0;
   bool carriesIBeacon_ = false;
   bool isAdmitted_ = false;
   bool hasEvent_ = false;
