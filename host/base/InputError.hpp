@@ -5,7 +5,7 @@
 
 namespace nimbrel {
 
-/// An input that cannot be used, or not beyond some point. what() is one line for the user:
+/// An input is unusable, as a whole or from some point on. what() is one line for the user:
 /// "FILE: what is wrong; what to do about it".
 class InputError : public std::runtime_error {
  public:

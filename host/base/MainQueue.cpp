@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <set>
 #include <system_error>
 #include <utility>
 
@@ -54,7 +53,8 @@ void MainQueue::runUntil(Time end) {
     if (stopped()) {
       return;
     }
-    // What a descriptor brought may have put an earlier task in front of the one waited for.
+    // Each turn takes one due task and one look at the descriptors, so that neither starves the
+    // other. A descriptor may have brought a task that is due before `next`.
     if (!timers_.empty() && timers_.front().due <= now_) {
       std::pop_heap(timers_.begin(), timers_.end(), std::greater<>());
       const DispatchTask task = std::move(timers_.back().task);
@@ -77,6 +77,8 @@ MainQueue::Time MainQueue::lag() const {
   return started_.has_value() ? std::max(elapsed() - now_, Time::zero()) : Time::zero();
 }
 
+void MainQueue::catchUp(Time end) { now_ = std::max(now_, std::min(elapsed(), end)); }
+
 void MainQueue::passTimeUntil(Time end) {
   if (!speed_.has_value()) {
     now_ = std::max(now_, end);
@@ -85,41 +87,54 @@ void MainQueue::passTimeUntil(Time end) {
   if (!started_.has_value()) {
     started_ = std::chrono::steady_clock::now();
   }
-  now_ = std::max(now_, std::min(elapsed(), end));
-  if (now_ >= end && watches_.empty()) {
-    return;
+  catchUp(end);
+  if (now_ < end || !watches_.empty()) {
+    sleepUntil(end);
+    catchUp(end);
   }
-  constexpr double kLongest = 3600e6;
-  const double untilEnd = static_cast<double>((end - now_).count()) / *speed_;
-  Time wait(static_cast<Time::rep>(std::clamp(untilEnd + 0.999, 0.0, kLongest)));
-  std::vector<pollfd> descriptors{{wake_, POLLIN, 0}};
-  std::set<int> impatient;
-  for (const auto& [descriptor, watch] : watches_) {
-    const Interest interest = watch.interest();
-    descriptors.push_back({descriptor, interest.events, 0});
-    if (interest.atMost.has_value()) {
-      impatient.insert(descriptor);
-      wait = std::clamp(*interest.atMost, Time::zero(), wait);
-    }
-  }
-  if (beforeSleeping_ && wait > Time::zero()) {
+}
+
+void MainQueue::sleepUntil(Time end) {
+  Sleep sleep = planSleep(end);
+  if (beforeSleeping_ && sleep.longest > Time::zero()) {
     beforeSleeping_();
   }
-  // A descriptor that is always ready must not keep a due task waiting, nor the other way round:
-  // each turn looks at both.
-  const timespec timeout{wait.count() / 1'000'000, wait.count() % 1'000'000 * 1000};
-  if (ppoll(descriptors.data(), descriptors.size(), &timeout, nullptr) >= 0) {
-    now_ = std::max(now_, std::min(elapsed(), end));
-    for (const pollfd& polled : descriptors) {
-      const auto found = watches_.find(polled.fd);
-      if (found != watches_.end() && (polled.revents != 0 || impatient.contains(polled.fd))) {
-        const std::function<void()> ready = found->second.ready;
-        ready();
-        drain();
-      }
+  const timespec timeout{sleep.longest.count() / 1'000'000,
+                         sleep.longest.count() % 1'000'000 * 1000};
+  if (ppoll(sleep.descriptors.data(), sleep.descriptors.size(), &timeout, nullptr) >= 0) {
+    catchUp(end);
+    callReady(sleep);
+  }
+}
+
+MainQueue::Sleep MainQueue::planSleep(Time end) const {
+  constexpr double kLongest = 3600e6;
+  const double untilEnd = static_cast<double>((end - now_).count()) / *speed_;
+  Sleep sleep;
+  // Rounded up: a sleep that ends just before its task is due would be followed by one of 0.
+  sleep.longest = Time(static_cast<Time::rep>(std::clamp(untilEnd + 0.999, 0.0, kLongest)));
+  sleep.descriptors.push_back({wake_, POLLIN, 0});
+  for (const auto& [descriptor, watch] : watches_) {
+    const Interest interest = watch.interest();
+    sleep.descriptors.push_back({descriptor, interest.events, 0});
+    if (interest.atMost.has_value()) {
+      sleep.impatient.insert(descriptor);
+      sleep.longest = std::clamp(*interest.atMost, Time::zero(), sleep.longest);
     }
   }
-  now_ = std::max(now_, std::min(elapsed(), end));
+  return sleep;
+}
+
+void MainQueue::callReady(const Sleep& sleep) {
+  for (const pollfd& polled : sleep.descriptors) {
+    const auto found = watches_.find(polled.fd);
+    if (found != watches_.end() && (polled.revents != 0 || sleep.impatient.contains(polled.fd))) {
+      // A copy: the function may unwatch its own descriptor.
+      const std::function<void()> ready = found->second.ready;
+      ready();
+      drain();
+    }
+  }
 }
 
 void MainQueue::watch(int descriptor, std::function<void()> ready,

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -38,19 +39,19 @@ class MainQueue {
   /// queue behind. 0 in virtual time.
   [[nodiscard]] Time lag() const;
 
-  /// Runs `task` in its turn, after the tasks queued before it.
+  /// Runs `task` after the tasks that are already queued.
   void async(DispatchTask task);
 
-  /// Runs `task` at `due`, or as soon as may be after it. Tasks of one instant run in the order in
-  /// which they were asked for.
+  /// Runs `task` at `due`, or as soon as possible if that has passed. Tasks due at the same instant
+  /// run in the order in which they were added.
   void at(Time due, DispatchTask task);
 
-  /// Runs the tasks that wait in the queue, and those that they add, until none is left. Within a
-  /// task it does nothing: they run after that one.
+  /// Runs the queued tasks, and those that they add, until none is left. Does nothing when called
+  /// from a task: the queued tasks run after it.
   void drain();
 
-  /// Lets the time pass up to `end`, and runs all that falls due by then, what is due at `end`
-  /// included, each followed by the tasks that it queued. Returns early when stopped.
+  /// Lets time pass up to `end` and runs all tasks that are due by then, those due at `end`
+  /// included. After each, drains the queue. Returns early when stopped.
   void runUntil(Time end);
 
   /// What a watched descriptor waits for next.
@@ -60,17 +61,17 @@ class MainQueue {
     std::optional<Time> atMost;
   };
 
-  /// The interest of whoever only reads, at any time.
+  /// For a descriptor that is only read, however long that takes.
   static Interest wantsToRead() { return {POLLIN, std::nullopt}; }
 
-  /// Calls `ready`, in real time, whenever `descriptor` is, and where `interest` sets a longest
-  /// wait, after each sleep. `interest` is asked before each sleep; left out, it is reading. One
-  /// for each descriptor.
+  /// In real time, calls `ready` whenever `descriptor` is ready, and after each sleep if `interest`
+  /// sets a longest wait. `interest` is called before each sleep. A descriptor has one watch: a
+  /// second call replaces it.
   void watch(int descriptor, std::function<void()> ready,
              std::function<Interest()> interest = wantsToRead);
   void unwatch(int descriptor);
 
-  /// Has `task` run whenever the queue is about to sleep, in real time.
+  /// Runs `task` each time the queue is about to sleep in real time.
   void beforeSleeping(std::function<void()> task) { beforeSleeping_ = std::move(task); }
 
   /// Ends `runUntil` as soon as the running task returns. Safe in a signal handler.
@@ -93,8 +94,19 @@ class MainQueue {
     std::function<Interest()> interest;
   };
 
+  struct Sleep {
+    Time longest{};
+    std::vector<pollfd> descriptors;
+    std::set<int> impatient;  // those called after the sleep even if they are not ready
+  };
+
   void passTimeUntil(Time end);
-  /// REQUIRES: real time, which has begun.
+  void sleepUntil(Time end);
+  [[nodiscard]] Sleep planSleep(Time end) const;
+  void callReady(const Sleep& sleep);
+  /// Moves `now` to the real time, but not past `end`.
+  void catchUp(Time end);
+  /// REQUIRES: real time has begun.
   [[nodiscard]] Time elapsed() const;
 
   Time now_{};

@@ -8,7 +8,7 @@
 
 namespace nimbrel {
 
-/// In characters.
+/// A terminal's size in characters.
 struct TerminalSize {
   std::size_t columns;
   std::size_t lines;
@@ -17,17 +17,16 @@ struct TerminalSize {
 /// A stream to an open file descriptor, written in large pieces.
 class Output {
  public:
-  /// `beforeWriting` is called before each piece, for whoever shares the terminal.
+  /// `beforeWriting` is called before each piece, for code that shares the terminal.
   explicit Output(int descriptor, std::function<void()> beforeWriting = nullptr)
       : descriptor_(descriptor), beforeWriting_(std::move(beforeWriting)) {}
   Output(const Output&) = delete;
   Output& operator=(const Output&) = delete;
 
-  /// A place to append to. After each line, call `lineEnded`.
+  /// The text to append to. Call `lineEnded` after each line.
   std::string& buffer() { return buffer_; }
 
-  /// Writes what has gathered, once that is a large piece. Throws std::system_error where the
-  /// descriptor cannot be written.
+  /// Writes the buffer once it holds a large piece. Throws std::system_error if writing fails.
   void lineEnded() {
     if (buffer_.size() >= kLargePiece) {
       flush();
@@ -44,7 +43,7 @@ class Output {
   [[nodiscard]] int descriptor() const { return descriptor_; }
   [[nodiscard]] bool isTerminal() const;
 
-  /// 80 by 24 where the terminal does not tell.
+  /// 80 by 24 if the terminal does not say.
   [[nodiscard]] TerminalSize terminalSize() const;
 
  private:

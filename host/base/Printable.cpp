@@ -10,7 +10,7 @@ namespace nimbrel {
 namespace {
 
 bool isControl(char32_t codePoint) {
-  // Those of ASCII and of Latin-1.
+  // The control characters of ASCII and of Latin-1.
   return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
 }
 

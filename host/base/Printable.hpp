@@ -5,9 +5,9 @@
 
 namespace nimbrel {
 
-/// Appends `text` without anything that would move the cursor, break the line or turn the direction
-/// of what follows: control characters, and bytes that are no character, stand as \xNN, and the
-/// bidirectional controls (U+202A to U+202E, U+2066 to U+2069) as \u202E.
+/// Appends `text` so that it cannot move the cursor, break the line or change the direction of the
+/// text after it: control characters and invalid bytes become \xNN, bidirectional controls (U+202A
+/// to U+202E, U+2066 to U+2069) become \u202E and so on.
 void appendPrintable(std::string& out, std::string_view text);
 
 }  // namespace nimbrel

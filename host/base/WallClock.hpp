@@ -6,7 +6,7 @@
 namespace nimbrel {
 
 /// Wall-clock readings as text, in the machine's zone or in UTC. Readings count microseconds since
-/// 1970-01-01 00:00:00 UTC; one that no calendar holds is an empty text.
+/// 1970-01-01 00:00:00 UTC; the text of one outside the calendar's range is empty.
 class WallClock {
  public:
   using Reading = std::chrono::microseconds;

@@ -16,7 +16,7 @@ class Application {
   static constexpr const char* kMethodChannel = "com.quorvane.nimbrel/methods";
   static constexpr const char* kEventChannel = "com.quorvane.nimbrel/events";
 
-  /// An answer to one call, the first call of the application being number 1.
+  /// The answer to one call. The application's first call has number 1.
   struct Reply {
     std::int64_t call;
     std::string method;
@@ -24,7 +24,7 @@ class Application {
   };
   using ReplyHandler = std::function<void(const Reply&)>;
 
-  /// `messenger` outlives the application. `onReply` takes every answer, whenever it comes.
+  /// `onReply` gets every answer. REQUIRES: `messenger` outlives the application.
   Application(Messenger& messenger, ReplyHandler onReply);
 
   void call(std::string method, std::optional<EncodableValue> arguments = std::nullopt);

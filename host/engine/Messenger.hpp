@@ -9,28 +9,28 @@
 
 namespace nimbrel {
 
-/// The line between one application and its plug-ins. It keeps one handler for each channel name,
-/// and with it the plug-in alive; a handler set later replaces the earlier one.
+/// Carries the messages between one application and its plug-ins. Holds one handler for each
+/// channel name, which keeps the plug-in alive; a new handler replaces the old one.
 class Messenger final : public FlutterBinaryMessenger {
  public:
-  // The plug-in's end
+  // Called by plug-ins
 
   std::unique_ptr<FlutterMethodChannel> methodChannelWithName(std::string_view name) override;
   std::unique_ptr<FlutterEventChannel> eventChannelWithName(std::string_view name) override;
   void setMethodCallHandler(std::string_view channel, std::shared_ptr<FlutterPlugin> handler);
   void setStreamHandler(std::string_view channel, std::shared_ptr<FlutterStreamHandler> handler);
 
-  // The application's end
+  // Called by the application
 
-  /// Hands the call to the channel's handler. Without one, the reply is "not implemented".
+  /// Passes the call to the channel's handler. Without a handler, the reply is "not implemented".
   void invokeMethod(std::string_view channel, const FlutterMethodCall& call, FlutterResult result);
 
-  /// Starts to listen with `sink`. While the application listens already, the handler is first
-  /// told that it stopped. Returns the error of a refusal.
+  /// Starts listening with `sink`. If the application is listening already, the handler is first
+  /// told that it stopped. Returns the handler's error if it refuses.
   std::optional<FlutterError> listen(std::string_view channel, FlutterEventSink sink);
 
-  /// Stops listening. Returns an error where the application does not listen, and the handler
-  /// hears nothing of it.
+  /// Stops listening. Returns an error, without calling the handler, if the application is not
+  /// listening.
   std::optional<FlutterError> cancel(std::string_view channel);
 
  private:

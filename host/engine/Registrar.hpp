@@ -9,7 +9,7 @@
 
 namespace nimbrel {
 
-/// A method channel, which knows its name so that the registrar can find its place.
+/// A method channel. Holds its name, by which the registrar sets the handler.
 class MethodChannel final : public FlutterMethodChannel {
  public:
   MethodChannel(Messenger& messenger, std::string_view name) : messenger_(messenger), name_(name) {}
@@ -21,7 +21,7 @@ class MethodChannel final : public FlutterMethodChannel {
   std::string name_;
 };
 
-/// Registers plug-ins with the application at the other end of a messenger.
+/// Registers plug-ins with the application that uses a messenger.
 class Registrar final : public FlutterPluginRegistrar {
  public:
   explicit Registrar(Messenger& messenger) : messenger_(messenger) {}

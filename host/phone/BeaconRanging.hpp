@@ -14,32 +14,33 @@
 
 namespace nimbrel {
 
-/// The regions that location managers range, each manager its own, and the beacons heard in them.
+/// The regions that location managers range, and the beacons heard in them. Each manager has its
+/// own regions.
 class BeaconRanging {
  public:
-  /// Takes the report of one region that `manager` ranges.
+  /// Receives the report of one region that `manager` ranges.
   using ReportHandler =
       std::function<void(const CLLocationManager* manager, const std::vector<CLBeacon>& beacons,
                          const CLBeaconRegion& region)>;
 
-  /// REQUIRES: the queue outlives the object and runs no task once that is gone.
+  /// REQUIRES: the queue outlives the object and runs no task after its end.
   BeaconRanging(MainQueue& queue, ReportHandler report);
 
-  /// Ranges a region: one report a second, the first in a second. One of the same identifier that
-  /// the manager ranges is replaced, unless its UUID is the same.
+  /// Ranges a region: one report a second, the first after one second. Replaces the manager's
+  /// region of the same identifier, unless that has the same UUID.
   void start(const CLLocationManager* manager, const CLBeaconRegion& region);
   /// No effect on a region that is not ranged.
   void stop(const CLLocationManager* manager, const std::string& identifier);
   void stopAll(const CLLocationManager* manager);
 
-  /// The region of that identifier that some manager ranges, or null.
+  /// A region of that identifier that any manager ranges, or null.
   [[nodiscard]] const CLBeaconRegion* find(const std::string& identifier) const;
 
-  /// A frame is heard. Returns whether a region of its UUID is ranged.
+  /// Takes a frame that the phone received. Returns whether a region of its UUID is ranged.
   bool hear(const BeaconFrame& frame, double rssi);
 
  private:
-  /// One beacon of a ranged region, until it is forgotten.
+  /// A beacon of a ranged region.
   struct Beacon {
     std::uint16_t major;
     std::uint16_t minor;

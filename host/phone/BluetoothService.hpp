@@ -12,11 +12,11 @@
 
 namespace nimbrel {
 
-/// The phone's Bluetooth: its state, the scans, and the discoveries that they lead to.
+/// The phone's Bluetooth: its state, its scans and their discoveries.
 class BluetoothService {
  public:
   /// Requests are reported to `observer`. REQUIRES: queue and observer outlive the service, and the
-  /// queue runs no task once the service is gone.
+  /// queue runs no task after the service's end.
   BluetoothService(CBManagerState state, MainQueue& queue, PhoneObserver& observer);
   BluetoothService(const BluetoothService&) = delete;
   BluetoothService& operator=(const BluetoothService&) = delete;
@@ -27,20 +27,20 @@ class BluetoothService {
   /// The manager has a scan of its own. REQUIRES: the service outlives it.
   std::unique_ptr<CBCentralManager> makeManager(std::weak_ptr<CBCentralManagerDelegate> delegate);
 
-  // Controls: each makes the callback that it names, in the delegate of every manager
+  // Controls: each calls the delegate of every manager
 
   [[nodiscard]] CBManagerState state() const { return state_; }
   void changeState(CBManagerState state);
-  /// Whether a scan runs or not.
+  /// Works with and without a running scan.
   void discover(const CBPeripheral& peripheral, const CBAdvertisementData& data, double rssi);
 
   // The air
 
-  /// Whether a scan runs with Bluetooth on.
+  /// Whether Bluetooth is on and a scan runs.
   [[nodiscard]] bool isListening() const;
 
-  /// A device is heard, and scans see `manufacturerData` of it. Every running scan discovers it,
-  /// unless it is unchanged and was discovered within the last second.
+  /// Takes a device that the phone received, with the `manufacturerData` that scans see. Every
+  /// running scan discovers it, unless it is unchanged and was discovered within the last second.
   ScanOutcome hear(const DeviceAddress& address, Device& device,
                    std::optional<Device::Bytes> manufacturerData, double rssi);
 
@@ -51,11 +51,11 @@ class BluetoothService {
   PhoneObserver& observer_;
   CBManagerState state_;
   std::vector<Manager*> managers_;
-  CBPeripheral peripheral_;  // the one being discovered; keeps the memory of its name
+  CBPeripheral peripheral_;  // reused for each discovery, to save the allocation of its name
 };
 
-/// The identifier of a device as this phone's applications know it: a UUID of version 8 (RFC 9562,
-/// section 5.8) that ends in the device's address, so that a reader recognises it.
+/// The identifier by which applications on this phone know a device: a UUID of version 8 (RFC 9562,
+/// section 5.8) that ends in the device's address, so that a person recognises it.
 UUID peripheralIdentifier(const DeviceAddress& address);
 
 }  // namespace nimbrel

@@ -28,7 +28,7 @@ class LocationService::Manager final : public CLLocationManager {
   void setDelegate(std::weak_ptr<CLLocationManagerDelegate> delegate) override {
     delegate_ = std::move(delegate);
   }
-  // No effect: nothing asks this phone where it is.
+  // No effect: nothing here asks for the phone's position.
   void setDesiredAccuracy(double /*accuracy*/) override {}
   [[nodiscard]] CLAuthorizationStatus authorizationStatus() const override {
     return service_.authorization_;
@@ -171,7 +171,7 @@ RangingOutcome LocationService::hear(const BeaconFrame& frame, double rssi) {
   if (!isPermitted()) {
     return RangingOutcome::deaf;
   }
-  // Entry first: the ranging that it brings about hears this very frame.
+  // Entry first: the plug-in may start ranging on entry, and that ranging counts this frame.
   monitoring_.hear(frame.uuid);
   return ranging_.hear(frame, rssi) ? RangingOutcome::ranged : RangingOutcome::unranged;
 }

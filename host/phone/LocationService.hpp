@@ -21,16 +21,16 @@ class LocationService {
  public:
   struct Setup {
     CLAuthorizationStatus authorization = CLAuthorizationStatus::authorizedAlways;
-    /// What the class-level query answers, until the user changes the permission.
+    /// The class-level query's answer until the user changes the permission.
     CLAuthorizationStatus classAuthorization = CLAuthorizationStatus::authorizedAlways;
-    /// How long a region is silent before the device counts as gone from it.
+    /// The device leaves a region after this much silence.
     MainQueue::Time regionExitDelay = rules::kRegionExitDelay;
-    /// What the user answers when the system asks for permission; absent: nothing.
+    /// The user's answer when the system asks for permission; absent: the user does not answer.
     std::optional<CLAuthorizationStatus> promptAnswer;
   };
 
   /// Requests are reported to `observer`. REQUIRES: queue and observer outlive the service, and the
-  /// queue runs no task once the service is gone.
+  /// queue runs no task after the service's end.
   LocationService(const Setup& setup, MainQueue& queue, PhoneObserver& observer);
   LocationService(const LocationService&) = delete;
   LocationService& operator=(const LocationService&) = delete;
@@ -42,7 +42,7 @@ class LocationService {
   std::unique_ptr<CLLocationManager> makeManager();
   [[nodiscard]] CLAuthorizationStatus classAuthorization() const { return classAuthorization_; }
 
-  // Controls: each makes the callback that it names, in the delegate of every manager
+  // Controls: each calls the delegate of every manager
 
   /// The user changes the permission.
   void changeAuthorization(CLAuthorizationStatus status);
@@ -53,11 +53,11 @@ class LocationService {
   void reportMonitoringFailure(const CLRegion* region, const NSError& error);
   void reportRangingFailure(const CLBeaconRegion& region, const NSError& error);
 
-  /// The region of that identifier that is ranged or monitored, or a new one whose UUID is zero.
+  /// The ranged or monitored region of that identifier, or else a new one with a UUID of zeros.
   [[nodiscard]] CLBeaconRegion regionNamed(const std::string& identifier) const;
-  /// Monitors a region of another kind, as another part of an application may ask for.
+  /// Monitors a region that is no beacon region, as another part of an application may.
   void monitorForeignRegion(const std::string& identifier) { monitoring_.startForeign(identifier); }
-  /// Whether the permission lets the service hear beacons.
+  /// Whether the permission allows the application to monitor and range beacons.
   [[nodiscard]] bool isPermitted() const {
     return authorization_ == CLAuthorizationStatus::authorizedAlways ||
            authorization_ == CLAuthorizationStatus::authorizedWhenInUse;
@@ -65,7 +65,7 @@ class LocationService {
 
   // The air
 
-  /// An iBeacon frame is received. Without permission it has no effect.
+  /// Takes an iBeacon frame that the phone received. Without permission it has no effect.
   RangingOutcome hear(const BeaconFrame& frame, double rssi);
 
  private:
@@ -80,7 +80,7 @@ class LocationService {
   CLAuthorizationStatus authorization_;
   CLAuthorizationStatus classAuthorization_;
   std::optional<CLAuthorizationStatus> promptAnswer_;
-  // Whether the system has asked the user, without any permission and with permission in use.
+  // Whether the system asked the user while the permission was not determined, and while in use.
   bool askedForAny_ = false;
   bool askedForMore_ = false;
   std::vector<Manager*> managers_;

@@ -6,8 +6,8 @@
 
 namespace nimbrel {
 
-/// Calls `notice(delegate, manager)` for each manager that has a delegate. A delegate may bring
-/// about the end of managers and the making of new ones.
+/// Calls `notice(delegate, manager)` for each manager that has a delegate. A delegate may destroy
+/// managers and create new ones.
 template <typename Manager, typename Notice>
 void notifyDelegates(const std::vector<Manager*>& managers, const Notice& notice) {
   for (std::size_t index = 0; index < managers.size(); ++index) {

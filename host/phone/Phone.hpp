@@ -19,37 +19,37 @@
 
 namespace nimbrel {
 
-/// A device that advertises, as far as a phone shows it. The views are valid during the call that
-/// they are passed in.
+/// What a phone shows of an advertising device. The views are valid only during the call that
+/// passes them.
 struct Sighting {
   DeviceAddress address;
   /// In UTF-8.
   std::optional<std::string_view> name;
   /// Company identifier first, little-endian.
   std::optional<std::span<const std::uint8_t>> manufacturerData;
-  /// In dBm; 127 where there was no reading.
+  /// In dBm; 127 if there was no reading.
   double rssi = 127.0;
 };
 
-/// A phone without a phone: the device that the plug-in runs on, and the controls over it that a
-/// scenario, a capture or a test uses.
+/// A simulated phone that the plug-in runs on, with the controls that a scenario, a capture or a
+/// test uses.
 class Phone final : public Platform {
  public:
   struct Setup {
     OperatingSystemVersion systemVersion{17, 0, 0};
     LocationService::Setup location;
-    /// False: the device has no location manager to give.
+    /// False: the phone gives the plug-in no location manager.
     bool hasLocationManager = true;
     CBManagerState bluetooth = CBManagerState::poweredOn;
     /// Bluetooth scans never see an iBeacon frame.
     bool withholdsBeacons = false;
     /// The wall clock at the queue's time 0, in seconds since 1970.
     double clock = 1700000000.0;
-    /// Whether anybody reads the diagnostic lines.
+    /// Whether diagnostic lines are reported.
     bool hasConsole = true;
   };
 
-  /// REQUIRES: queue and observer outlive the phone, and the queue runs no task once it is gone.
+  /// REQUIRES: queue and observer outlive the phone, and the queue runs no task after its end.
   Phone(const Setup& setup, MainQueue& queue, PhoneObserver& observer);
 
   // Controls
@@ -58,14 +58,14 @@ class Phone final : public Platform {
   BluetoothService& bluetooth() { return bluetooth_; }
   MainQueue& queue() { return queue_; }
 
-  /// Sets the wall clock; it goes on with the queue's time from there.
+  /// Sets the wall clock, which then advances with the queue's time.
   void setClock(MainQueue::Time sinceEpoch);
 
-  /// An advertising report reaches the phone now, whatever its own time is.
+  /// The phone receives an advertising report now; the report's own time is ignored.
   void hear(const Advertisement& advertisement) { hear(advertisement, advertisement.rssi); }
   /// The same with a signal strength in dBm that need not be whole.
   void hear(const Advertisement& advertisement, double rssi);
-  /// A device is heard with the name and the manufacturer data given, and no others.
+  /// The phone receives a device with exactly this name and manufacturer data.
   void hear(const Sighting& sighting);
 
   [[nodiscard]] const Devices& devices() const { return devices_; }
@@ -82,8 +82,8 @@ class Phone final : public Platform {
   void print(std::initializer_list<std::string_view> parts) override;
 
  private:
-  /// Hands what was heard to both services. `isHidden`: the frame of a scan response is hidden
-  /// behind other manufacturer data.
+  /// Passes a received device to both services. `isHidden`: other manufacturer data hides the frame
+  /// of its scan response.
   void pass(const DeviceAddress& address, Device& device, const std::optional<BeaconFrame>& frame,
             bool isHidden, double rssi);
 
@@ -92,8 +92,9 @@ class Phone final : public Platform {
   OperatingSystemVersion systemVersion_;
   bool hasLocationManager_;
   bool withholdsBeacons_;
-  double clock_;                   // the wall clock is this
-  MainQueue::Time clockOffset_{};  // and this, counted in whole microseconds, and the queue's time
+  // The wall clock is the sum of these two and the queue's time.
+  double clock_;
+  MainQueue::Time clockOffset_{};
   LocationService location_;
   BluetoothService bluetooth_;
   Devices devices_;

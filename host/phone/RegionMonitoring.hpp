@@ -20,23 +20,23 @@ class RegionMonitoring {
     std::function<void(const CLRegion&)> left;
   };
 
-  /// A region is left when it was silent for `exitDelay`. REQUIRES: the queue outlives the object
-  /// and runs no task once that is gone.
+  /// The device leaves a region after `exitDelay` of silence. REQUIRES: the queue outlives the
+  /// object and runs no task after its end.
   RegionMonitoring(MainQueue& queue, MainQueue::Time exitDelay, Reports reports);
 
-  /// Replaces the region of the same identifier. Returns false where there are too many regions.
+  /// Replaces the region of the same identifier. Returns false if there are too many regions.
   bool start(const CLBeaconRegion& region);
-  /// The same for a region of another kind, however many there are.
+  /// Monitors a region that is no beacon region. Does not check the limit.
   void startForeign(const std::string& identifier);
   /// No effect on a region that is not monitored.
   void stop(const std::string& identifier) { monitored_.erase(identifier); }
 
   /// In ascending order of their identifiers' code points.
   [[nodiscard]] std::vector<std::shared_ptr<const CLRegion>> regions() const;
-  /// Null where no beacon region of that identifier is monitored.
+  /// Null if no beacon region of that identifier is monitored.
   [[nodiscard]] const CLBeaconRegion* find(const std::string& identifier) const;
 
-  /// A frame of that UUID is heard.
+  /// Takes a frame of that UUID.
   void hear(const UUID& uuid);
 
  private:

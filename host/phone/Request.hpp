@@ -10,7 +10,7 @@
 
 namespace nimbrel {
 
-/// Something that the plug-in asked of the phone.
+/// An operation that the plug-in called on the phone.
 struct Request {
   struct Scan {
     std::optional<std::vector<UUID>> services;
@@ -23,15 +23,15 @@ struct Request {
   std::optional<Scan> scan;
 };
 
-/// What a Bluetooth scan did with an advertisement.
+/// What became of an advertisement in Bluetooth scans.
 enum class ScanOutcome : std::uint8_t {
   deaf,       // No scan runs, or Bluetooth is off.
   withheld,   // The phone keeps it from scans.
-  coalesced,  // It repeats what the application was told less than a second ago.
+  coalesced,  // It repeats a discovery of less than a second ago.
   discovered,
 };
 
-/// What the location service did with an advertisement.
+/// What became of an advertisement in the location service.
 enum class RangingOutcome : std::uint8_t {
   deaf,      // Bluetooth is off, or the permission is missing.
   noFrame,   // It carries no iBeacon frame.
@@ -40,8 +40,8 @@ enum class RangingOutcome : std::uint8_t {
   ranged,
 };
 
-/// Follows what the plug-in says and asks, and what the phone makes of the air, in the order in
-/// which it happens.
+/// Observes the plug-in's diagnostic lines and requests, and what the phone does with each
+/// advertisement, in the order in which they happen.
 class PhoneObserver {
  public:
   virtual ~PhoneObserver() = default;
@@ -50,11 +50,11 @@ class PhoneObserver {
   virtual void logged(std::string_view line) = 0;
   virtual void requested(const Request& request) = 0;
 
-  /// A scan discovers a device. The plug-in is told the same next.
+  /// A scan discovers a device. The plug-in is told next.
   virtual void discovered(const CBPeripheral& /*peripheral*/, const CBAdvertisementData& /*data*/) {
   }
-  /// Both services are done with an advertisement; the plug-in was told all that follows from it.
-  /// `name` is what the phone knows the device by; valid during the call.
+  /// Both services have handled an advertisement, and the plug-in has received all that follows
+  /// from it. `name` is the name that the phone shows for the device; valid only during the call.
   virtual void heard(std::optional<std::string_view> /*name*/, ScanOutcome /*scan*/,
                      RangingOutcome /*ranging*/) {}
 };

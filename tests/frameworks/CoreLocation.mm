@@ -157,7 +157,7 @@ class LocationReporter final : public CLLocationManagerDelegate {
 
 }  // namespace nimbrel::fakes
 
-/// A set that is walked in the order of the service, so that a run can be foretold.
+/// A set that iterates in the order of the service, so that every run is the same.
 @interface RegionSet : NSSet {
   NSMutableArray* _regions;
 }

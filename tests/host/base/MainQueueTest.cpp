@@ -19,7 +19,7 @@ TEST(MainQueue, RunsWhatIsDueInOrderEachFollowedByTheTasksItQueued) {
   queue.at(1s, [&] {
     order += 'a';
     queue.async(note('b'));
-    queue.at(0s, note('c'));  // late: it runs as soon as may be
+    queue.at(0s, note('c'));  // late: it runs at once
   });
   queue.at(2s, note('e'));
   queue.at(2s + 1us, note('x'));

@@ -15,7 +15,7 @@ class PermissionPrompt : public PhoneTest {
     setup.location.promptAnswer = answer;
     start(setup);
   }
-  /// A request for permission, and what came of it within `time`.
+  /// Requests permission and returns what the phone reports within `time`.
   Lines ask(MainQueue::Time time = 1s) {
     managers->location->requestAlwaysAuthorization();
     pass(time);
