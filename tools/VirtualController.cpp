@@ -66,7 +66,7 @@ class VirtualController {
   }
 
  private:
-  /// False where the kernel takes none: the adapter is off.
+  /// False if the kernel takes none: the adapter is off.
   [[nodiscard]] bool send(const Bytes& packet) const {
     return write(device_, packet.data(), packet.size()) == static_cast<ssize_t>(packet.size());
   }

@@ -37,7 +37,7 @@ struct Advertisement {
   /// The wall clock when it was received, since 1970-01-01 00:00:00 UTC.
   std::chrono::microseconds time{};
   DeviceAddress address;
-  /// In dBm; 127 where the controller had none.
+  /// In dBm; 127 if the controller had none.
   std::int8_t rssi = 127;
   /// The device's answer to an active scan, which complements its last advertisement.
   bool isScanResponse = false;

@@ -169,7 +169,7 @@ class Search {
     }
     if (archive_format(opened) != ARCHIVE_FORMAT_ZIP && archive_entry_size_is_set(entry) != 0 &&
         archive_entry_sparse_count(entry) == 0) {
-      // Unpacked even where it is passed over.
+      // Unpacked even if it is passed over.
       checkSize(static_cast<std::uint64_t>(std::max<la_int64_t>(archive_entry_size(entry), 0)));
     }
     const char* const path = archive_entry_pathname(entry);

@@ -16,14 +16,14 @@ struct RecordingRank {
   enum class Kind : std::uint8_t { unreadable, partOfText, whole };
 
   Kind kind = Kind::unreadable;
-  /// When the file was changed last, in seconds since 1970; 0 where the archive does not tell.
+  /// When the file was changed last, in seconds since 1970; 0 if the archive does not tell.
   std::int64_t changed = 0;
   std::chrono::microseconds begin{};
 
   friend auto operator<=>(const RecordingRank&, const RecordingRank&) = default;
 };
 
-/// Takes the beginning of a file and returns the rank of the recording that it is; none where it is
+/// Takes the beginning of a file and returns the rank of the recording that it is; none if it is
 /// no recording.
 using RankRecording =
     std::function<std::optional<RecordingRank>(std::span<const std::uint8_t> beginning)>;
@@ -38,10 +38,10 @@ struct UnpackedRecording {
 bool isArchive(std::span<const std::uint8_t> bytes);
 
 /// Unpacks the recording in an archive, to a file without a name in $TMPDIR or /var/tmp; of
-/// several, the newest. `rankText` looks through whole texts where no file is a recording. `warn`
+/// several, the newest. `rankText` looks through whole texts if no file is a recording. `warn`
 /// takes one line on the others, and one on damage.
 ///
-/// Archives in archives are looked into, three deep. Throws InputError where there is no recording,
+/// Archives in archives are looked into, three deep. Throws InputError if there is no recording,
 /// or what unpacks is beyond any measure for one.
 UnpackedRecording unpackRecording(std::span<const std::uint8_t> bytes, const std::string& name,
                                   const RankRecording& rank, const RankRecording& rankText,

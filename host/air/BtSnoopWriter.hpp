@@ -14,7 +14,7 @@ namespace nimbrel {
 /// Core Specification, volume 4, part E, sections 7.7.65.2 and 7.7.65.13.
 class BtSnoopWriter {
  public:
-  /// Starts a file. Throws InputError where it cannot be made, or is there already and
+  /// Starts a file. Throws InputError if it cannot be made, or is there already and
   /// `overwrites` is false.
   BtSnoopWriter(std::string path, bool overwrites);
   ~BtSnoopWriter();
@@ -22,7 +22,7 @@ class BtSnoopWriter {
   BtSnoopWriter& operator=(const BtSnoopWriter&) = delete;
 
   /// A record is in the file when this returns, and on the disk one `sync` later. Throws
-  /// std::system_error where it cannot be written; the file then ends with the record before it.
+  /// std::system_error if it cannot be written; the file then ends with the record before it.
   void write(const Advertisement& advertisement);
 
   /// Has the disk keep what was written, so that it outlives a loss of power.

@@ -33,15 +33,15 @@ class Capture {
   using WarningHandler = std::function<void(const std::string&)>;
 
   /// Of a file, "-" being the standard input, or of a pipe, which is read whole. Throws InputError
-  /// where it cannot be used.
+  /// if it cannot be used.
   static std::unique_ptr<Capture> open(const std::string& path, WarningHandler warn);
 
-  /// Of bytes that outlive it; `name` stands for the file in messages. Throws InputError where they
+  /// Of bytes that outlive it; `name` stands for the file in messages. Throws InputError if they
   /// cannot be used.
   static std::unique_ptr<Capture> read(std::span<const std::uint8_t> bytes, const std::string& name,
                                        WarningHandler warn);
 
-  /// Of the file, and of the recording in it where it is an archive.
+  /// Of the file, and of the recording in it if it is an archive.
   [[nodiscard]] const std::string& name() const { return name_; }
 
   /// The next advertisement, or null at the end. Valid until the next call. Throws

@@ -28,7 +28,7 @@ class LinkLayer {
   /// No packet follows: `next` returns what still waits for more data.
   void end();
 
-  /// The next advertisement; false where another packet is needed. Its data is valid until the next
+  /// The next advertisement; false if another packet is needed. Its data is valid until the next
   /// call of any operation.
   bool next(Advertisement& advertisement);
 

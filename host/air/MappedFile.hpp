@@ -16,7 +16,7 @@ namespace nimbrel {
 /// look at it handles the signal SIGBUS.
 class MappedFile {
  public:
-  /// "-" is the standard input. Throws InputError where it cannot be read or is empty.
+  /// "-" is the standard input. Throws InputError if it cannot be read or is empty.
   explicit MappedFile(const std::string& path);
   /// Of an open file, which may be closed then; `name` stands for it in messages.
   MappedFile(int descriptor, const std::string& name);

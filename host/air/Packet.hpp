@@ -34,9 +34,9 @@ struct Packet {
   bool isCut = false;
   /// Possibly cut short; valid until the next packet is read.
   std::span<const std::uint8_t> data;
-  /// Of an advertising PDU, in dBm; 127 where the receiver gave none.
+  /// Of an advertising PDU, in dBm; 127 if the receiver gave none.
   std::int8_t rssi = 127;
-  /// Of an advertising PDU: the index of its channel; above the last one where it is unknown.
+  /// Of an advertising PDU: the index of its channel; above the last one if it is unknown.
   std::uint8_t channel = kUnknownChannel;
   /// The receiver knows that the PDU, of extended advertising, answers a scan.
   bool isScanResponse = false;

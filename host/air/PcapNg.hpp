@@ -22,7 +22,7 @@ class PcapNg {
   [[nodiscard]] static bool recognises(std::span<const std::uint8_t> bytes);
 
   /// `content`, which it recognises, outlives it. Throws InputError for a header that cannot be
-  /// used, or where no packet could hold Bluetooth LE.
+  /// used, or if no packet could hold Bluetooth LE.
   PcapNg(std::span<const std::uint8_t> content, std::string fileName);
 
   /// False at the end. Throws InputError at a block that cannot be used; nothing follows it. A

@@ -13,7 +13,7 @@ namespace nimbrel {
 /// Several captures as one air: their advertisements in the order of their times.
 class Recordings {
  public:
-  /// `warn` takes a line on each capture without an advertisement. Throws InputError where all are
+  /// `warn` takes a line on each capture without an advertisement. Throws InputError if all are
   /// without one. REQUIRES: at least one capture, none of which was read from.
   Recordings(std::vector<std::unique_ptr<Capture>> captures, const Capture::WarningHandler& warn);
 

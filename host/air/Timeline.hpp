@@ -17,7 +17,7 @@ class Timeline {
   explicit Timeline(Time first) : origin_(first), clock_(first) {}
 
   /// Goes on to the next record. The times of records are since 1970. Returns what the recorder's
-  /// clock would read if it had not been set; absent where it was not.
+  /// clock would read if it had not been set; absent if it was not.
   std::optional<Time> advanceTo(Time recorded);
 
   /// Since the first record.

@@ -11,7 +11,7 @@
 namespace nimbrel {
 
 /// Takes the HCI events out of recorded USB transfers. A Bluetooth controller sends them on an
-/// interrupt endpoint, without the packet type of H4, and in several transfers where one is too
+/// interrupt endpoint, without the packet type of H4, and in several transfers if one is too
 /// short.
 /// Source: Bluetooth Core Specification, volume 4, part B, section 2.1; tcpdump.org,
 /// LINKTYPE_USB_LINUX, LINKTYPE_USB_LINUX_MMAPPED and LINKTYPE_USBPCAP.

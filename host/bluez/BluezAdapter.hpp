@@ -37,8 +37,8 @@ class AdapterObserver {
 class BluezAdapter final : private BluezObserver {
  public:
   /// Uses the adapter `name` ("hci1"), or the first one. Throws InputError if there is no bus. The
-  /// discovery starts while the queue runs, which throws InputError where it cannot be started at
-  /// all, and std::runtime_error where it cannot go on later: without the permission. The queue and
+  /// discovery starts while the queue runs, which throws InputError if it cannot be started at
+  /// all, and std::runtime_error if it cannot go on later: without the permission. The queue and
   /// the observer outlive it.
   BluezAdapter(std::optional<std::string> name, MainQueue& queue, AdapterObserver& observer);
 

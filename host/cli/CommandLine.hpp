@@ -30,7 +30,7 @@ class CommandLine {
   CommandLine& operator=(const CommandLine&) = delete;
   ~CommandLine();
 
-  /// Takes one value; throws UsageError where it cannot be used.
+  /// Takes one value; throws UsageError if it cannot be used.
   using Taker = std::function<void(const std::string& value)>;
 
   /// An option such as "--for" with a value, which the help calls `valueName`. `take` is called for
@@ -51,7 +51,7 @@ class CommandLine {
   /// One argument at most.
   void addArgument(const std::string& noun, std::optional<std::string>& argument);
 
-  /// Reads the line; `arguments` begin with the command's name. Returns false where it asks for the
+  /// Reads the line; `arguments` begin with the command's name. Returns false if it asks for the
   /// help. Throws UsageError.
   bool parse(int count, const char* const* arguments);
 

@@ -16,7 +16,7 @@ struct ExplainOptions : RunOptions {
   /// No line beside the findings.
   bool quiet = false;
 
-  /// Absent where the line asks for the help, which has been printed. Throws UsageError.
+  /// Absent if the line asks for the help, which has been printed. Throws UsageError.
   /// `arguments` begin with the command's name.
   static std::optional<ExplainOptions> parse(int count, const char* const* arguments);
 };

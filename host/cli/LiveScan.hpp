@@ -24,7 +24,7 @@ class LiveScan final : private AdapterObserver {
            MachineClock machineClock = readMachineClock);
 
   /// Runs to the end of the time asked for, or until the queue is stopped. Returns the exit status:
-  /// 1 if the scan did not start or its recording ended early. Throws InputError where there is no
+  /// 1 if the scan did not start or its recording ended early. Throws InputError if there is no
   /// adapter to listen with, or no file to record in.
   int run();
 
@@ -39,7 +39,7 @@ class LiveScan final : private AdapterObserver {
 
   void followClock();
   void keepOnDisk();
-  /// Runs `action` on the recording, and ends the recording where that fails.
+  /// Runs `action` on the recording, and ends the recording if that fails.
   void record(const std::function<void(Recording&)>& action);
   void everySecond(const std::function<void()>& task);
 

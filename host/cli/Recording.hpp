@@ -22,11 +22,11 @@ struct Rotation {
 /// files after "walk.btsnoop" are "walk.2.btsnoop", "walk.3.btsnoop" and so on.
 class Recording {
  public:
-  /// Starts the first file. Throws InputError where it cannot be made, or is there already and
+  /// Starts the first file. Throws InputError if it cannot be made, or is there already and
   /// `overwrites` is false.
   Recording(std::string path, bool overwrites, Rotation rotation);
 
-  /// Throws std::system_error where a record cannot be written, and InputError where the next file
+  /// Throws std::system_error if a record cannot be written, and InputError if the next file
   /// cannot be made.
   void write(const Advertisement& advertisement);
 

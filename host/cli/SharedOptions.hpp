@@ -53,7 +53,7 @@ struct RunOptions : AirOptions {
 
   [[nodiscard]] Phone::Setup phone() const;
   /// The part of a command line that makes another command run the same, each word behind a blank
-  /// and quoted for a shell where it has to be.
+  /// and quoted for a shell if it has to be.
   [[nodiscard]] std::string sameArguments() const;
 };
 

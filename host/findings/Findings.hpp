@@ -102,7 +102,7 @@ struct FoundDevice {
 /// What became of one filter.
 struct FoundFilter {
   EncodableMap map;                    // as the application gave it
-  std::optional<BeaconFilter> filter;  // as the plug-in understood it; absent where it did not
+  std::optional<BeaconFilter> filter;  // as the plug-in understood it; absent if it did not
   std::uint64_t events = 0;            // of which it is the first filter to accept them
 };
 
@@ -163,7 +163,7 @@ class Findings {
   void requested(const Request& request);
   /// The recording's clock jumped, up to this time of the run.
   void clockJumped(const ClockJump& jump, MainQueue::Time now);
-  /// The run is over. Throws std::logic_error where the fates do not add up: a fault of this
+  /// The run is over. Throws std::logic_error if the fates do not add up: a fault of this
   /// program.
   void end(MainQueue::Time now);
 
@@ -172,7 +172,7 @@ class Findings {
   [[nodiscard]] std::uint64_t advertisements() const { return advertisements_; }
   [[nodiscard]] std::uint64_t events() const { return events_; }
   [[nodiscard]] MainQueue::Time length() const { return length_; }
-  /// For how long a device was silent before the end; zero where nobody knows, as the recording's
+  /// For how long a device was silent before the end; zero if nobody knows, as the recording's
   /// clock jumped in that time.
   [[nodiscard]] MainQueue::Time silenceAfter(const FoundDevice& device) const {
     return device.lastAt < jumpedAt_ ? MainQueue::Time(0) : length_ - device.lastAt;

@@ -66,7 +66,7 @@ void addIdentity(Members& members, const BeaconIdentity& identity) {
   members.number("minorId", identity.minor);
 }
 
-/// The last frame under the device's own keys, and all of them where there are several.
+/// The last frame under the device's own keys, and all of them if there are several.
 void addFrames(Members& members, std::string& out, const FoundDevice& device) {
   if (device.frames.empty()) {
     for (const char* key : {"frame", "uuid", "majorId", "minorId", "txPower"}) {

@@ -113,7 +113,7 @@ void Desk::play() {
   transcript_.done(line_);
 }
 
-/// Returns false where the output's reader is gone before there is anything to read.
+/// Returns false if the output's reader is gone before there is anything to read.
 bool Desk::waitFor(int input) const {
   pollfd descriptors[] = {{input, POLLIN, 0}, {output_.descriptor(), 0, 0}};
   while (poll(descriptors, 2, -1) < 0 && errno == EINTR) {

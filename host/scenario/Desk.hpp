@@ -21,7 +21,7 @@ class DeskAir {
 
   /// The stage is there, and time stands at 0. Both outlive the air.
   virtual void attach(Stage& stage, Transcript& transcript, bool setsClock) = 0;
-  /// Time is about to pass for the first time. Throws InputError where nothing can be heard.
+  /// Time is about to pass for the first time. Throws InputError if nothing can be heard.
   virtual void begin() = 0;
 };
 

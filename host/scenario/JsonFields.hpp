@@ -27,24 +27,24 @@ class LineFault : public std::runtime_error {
 /// lost. Throws LineFault.
 Json parseJsonLine(std::string_view line);
 
-/// The same value as the method channel has it. Throws LineFault where it is nested too deep.
+/// The same value as the method channel has it. Throws LineFault if it is nested too deep.
 EncodableValue encodableFrom(const Json& json);
 
-/// `text` in double quotes, cut where it is long.
+/// `text` in double quotes, cut if it is long.
 std::string inQuotes(std::string_view text);
 
-/// Reads the keys of one object. Each reader throws LineFault where the value is of another kind.
+/// Reads the keys of one object. Each reader throws LineFault if the value is of another kind.
 class JsonFields {
  public:
-  /// `what` names the object in messages. The object outlives its fields. Throws LineFault where
+  /// `what` names the object in messages. The object outlives its fields. Throws LineFault if
   /// it is no object.
   JsonFields(const Json& object, std::string what);
 
   /// Whether the key is there. Its name is remembered as one that this object may have.
   [[nodiscard]] bool has(std::string_view key);
-  /// Null where the key is not there. Its name is remembered as one that this object may have.
+  /// Null if the key is not there. Its name is remembered as one that this object may have.
   const Json* find(std::string_view key);
-  /// Throws LineFault where the key is not there.
+  /// Throws LineFault if the key is not there.
   const Json& need(std::string_view key);
 
   std::string text(std::string_view key);
@@ -64,7 +64,7 @@ class JsonFields {
   /// The same, or the integer that stands in place of a word.
   std::int64_t wordOrInteger(std::string_view key, std::initializer_list<std::string_view> words);
 
-  /// Throws LineFault where there is a key that nothing asked for. It names those asked for.
+  /// Throws LineFault if there is a key that nothing asked for. It names those asked for.
   void requireNoOthers() const;
 
  private:

@@ -9,11 +9,11 @@
 
 namespace nimbrel {
 
-/// Lets the phone of a desk hear a recording. Its first record lies at second 0, and where nobody
+/// Lets the phone of a desk hear a recording. Its first record lies at second 0, and if nobody
 /// set the phone's clock that is the recorder's.
 class RecordedAir final : public DeskAir {
  public:
-  /// Of a file. `warn` is told of damage inside it. Throws InputError where it cannot be used.
+  /// Of a file. `warn` is told of damage inside it. Throws InputError if it cannot be used.
   RecordedAir(const std::string& path, Capture::WarningHandler warn);
 
   void attach(Stage& stage, Transcript& transcript, bool setsClock) override;

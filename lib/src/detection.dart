@@ -36,7 +36,7 @@ final class Detection {
 
   /// Reads an event of the channel `com.quorvane.nimbrel/events`: a map of eleven entries.
   ///
-  /// Throws a [FormatException] that names the entry where one is missing or of the wrong kind. An
+  /// Throws a [FormatException] that names the entry if one is missing or of the wrong kind. An
   /// entry that is not known here is ignored. A number that is not finite may be null, as JSON has
   /// it.
   factory Detection.fromEvent(Object? event) {
@@ -94,14 +94,14 @@ final class Detection {
   /// The beacon's minor value, 0 to 65535; -1 of a device that is no beacon.
   final int minorId;
 
-  /// Filter mode: the filter's label. Generic mode: the device's name. Empty where there is none.
+  /// Filter mode: the filter's label. Generic mode: the device's name. Empty if there is none.
   final String name;
 
   /// Generic mode: the first six bytes of the device's manufacturer data, as `AA:BB:CC:DD:EE:FF`.
   /// Else empty.
   final String mac;
 
-  /// The signal strength in dBm; null where the device was silent since the last report, or its
+  /// The signal strength in dBm; null if the device was silent since the last report, or its
   /// signal could not be measured.
   final double? rssi;
 
@@ -109,7 +109,7 @@ final class Detection {
   /// -59.
   final double txPower;
 
-  /// The estimated distance in metres; null where it is not known.
+  /// The estimated distance in metres; null if it is not known.
   final double? distance;
 
   /// How near the device is.

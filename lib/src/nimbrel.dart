@@ -50,7 +50,7 @@ abstract final class Nimbrel {
   static Future<bool> requestPermissions() => _session.requestPermissions();
 
   /// Starts to detect: the iBeacons of [filters] by the location service, or, without filters, all
-  /// that can be heard by a Bluetooth scan. Completes with false where the location permission is
+  /// that can be heard by a Bluetooth scan. Completes with false if the location permission is
   /// missing; then nothing is started.
   ///
   /// Listen to [detections] first: what nobody hears is lost.
@@ -63,7 +63,7 @@ abstract final class Nimbrel {
   static Future<bool> startDetection({List<BeaconFilter> filters = const []}) =>
       _session.startDetection(filters);
 
-  /// Stops to detect; no effect where nothing runs. Completes with false where the device has no
+  /// Stops to detect; no effect if nothing runs. Completes with false if the device has no
   /// location service, else with true. A detection that is on its way may still come.
   static Future<bool> stopDetection() => _session.stopDetection();
 

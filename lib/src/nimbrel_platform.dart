@@ -52,6 +52,6 @@ abstract base class NimbrelPlatform {
   Stream<Detection> get detections;
 
   /// True when the application comes to the foreground, false when it leaves it. A broadcast
-  /// stream, empty where the platform does not know.
+  /// stream, empty if the platform does not know.
   Stream<bool> get foreground => const Stream.empty();
 }

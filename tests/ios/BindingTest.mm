@@ -26,7 +26,7 @@ NSUUID* uuid(NSString* text) { return [[[NSUUID alloc] initWithUUIDString:text] 
                            userInfo:dictionary(text, NSLocalizedDescriptionKey)];
 }
 
-/// The arguments of a start with one filter, of a known UUID and, where one is given, a major.
+/// The arguments of a start with one filter, of a known UUID and, if one is given, a major.
 NSDictionary* filterArguments(id major = nil) {
   NSMutableDictionary* filter =
       [NSMutableDictionary dictionaryWithObject:@"e2c56db5-dffb-48d2-b060-d0f5a71096e0"

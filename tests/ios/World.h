@@ -43,7 +43,7 @@ class World : public testing::Test, private PhoneObserver {
     return trace_;
   }
 
-  /// What the plug-in answers at once; nil where it does not.
+  /// What the plug-in answers at once; nil if it does not.
   id answerTo(NSString* method, id arguments = nil) {
     __block id answer = nil;
     [plugin handleMethodCall:[::FlutterMethodCall methodCallWithMethodName:method

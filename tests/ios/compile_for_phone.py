@@ -32,7 +32,7 @@ def command(clang, gnustep, objective_c, source, counting):
     system = [FAKES, gnustep, *host_headers(clang), objective_c]
     if "-fobjc-arc" in counting:
         system.insert(0, FAKES / "arc")
-    # Optimised where there is arithmetic.
+    # Optimised if there is arithmetic.
     kind = ["-fobjc-exceptions"] if source.suffix == ".mm" else ["-O2"]
     return [clang, "-target", "arm64-apple-ios13", "-std=c++20", "-S", "-o", "-", *kind, *counting,
             *WARNINGS, *BORROWED_LIBRARY, "-nostdinc", "-nostdinc++", f"-I{PACKAGE}",

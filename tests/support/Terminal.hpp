@@ -31,7 +31,7 @@ class Terminal {
     close(program_);
   }
 
-  /// Why there is no terminal; empty where there is one.
+  /// Why there is no terminal; empty if there is one.
   [[nodiscard]] const std::string& problem() const { return problem_; }
 
   void resize(unsigned short columns, unsigned short lines) const {

@@ -10,5 +10,5 @@ _nimbrel() {
   fi
   mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
 }
-# File names where nothing else fits.
+# File names are the fallback.
 complete -o default -F _nimbrel nimbrel

@@ -53,7 +53,7 @@ final class Desk extends MessagePlatform {
   ///
   /// With [speed], time passes by itself, so many times as fast as real time.
   ///
-  /// [phone] is the phone at the start, where no scenario says it.
+  /// [phone] is the phone at the start, if no scenario says it.
   ///
   /// In virtual time, the application's code runs once in every [resolution] at least: so late does
   /// it hear of what happens, and so late can it answer. What it does while a reply of the plug-in
@@ -161,7 +161,7 @@ final class Desk extends MessagePlatform {
   Stream<Map<String, Object?>> get requests => transcript
       .where((line) => line.containsKey('request'));
 
-  /// Completes when the recording is over; never where there is none.
+  /// Completes when the recording is over; never if there is none.
   Future<void> get airEnded => _airEnded.future;
 
   @override
@@ -292,7 +292,7 @@ final class Desk extends MessagePlatform {
   }, every, lasting);
 
   /// An iBeacon advertises once, or for [lasting] from now on once in [every]. Each beacon has an
-  /// address of its own where none is given. [txPower] is its measured power at one metre in dBm.
+  /// address of its own if none is given. [txPower] is its measured power at one metre in dBm.
   ///
   /// Source of the frame: Apple, "Getting Started with iBeacon".
   Future<void> advertiseBeacon({
@@ -355,7 +355,7 @@ final class Desk extends MessagePlatform {
   /// The location service reports that it has failed.
   Future<void> failLocation(String error) => play({'fail': 'location', 'error': error});
 
-  /// The location service reports that it cannot monitor a region, or any where none is named.
+  /// The location service reports that it cannot monitor a region, or any if none is named.
   Future<void> failMonitoring(String error, {String? region}) =>
       play({'fail': 'monitoring', 'error': error, if (region != null) 'region': region});
 

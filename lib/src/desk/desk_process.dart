@@ -27,7 +27,7 @@ class DeskProcess {
   }
 
   /// Hands each line of the transcript to [onLine], and [onEnd] what ended the command by itself,
-  /// or null where it was asked to end.
+  /// or null if it was asked to end.
   static Future<DeskProcess> start(
     String command,
     List<String> arguments, {

@@ -24,7 +24,7 @@ class Scenario {
 
   /// Reads what tells the time; the rest is for `nimbrel desk` to judge.
   ///
-  /// Throws a [DeskException] that names file and line where that cannot be read.
+  /// Throws a [DeskException] that names file and line if that cannot be read.
   static Future<Scenario> read(String path) async {
     final List<String> lines;
     try {

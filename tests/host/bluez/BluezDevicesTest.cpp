@@ -27,7 +27,7 @@ class BluezDevice : public testing::Test {
     return some;
   }
 
-  /// The report in words, or "-" where nothing was heard.
+  /// The report in words, or "-" if nothing was heard.
   std::string change(const Properties& properties) {
     const auto report = devices.take("dev", properties);
     return report ? inWords(*report) : "-";

@@ -9,7 +9,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-/// "name|manufacturer data" as scans see them, with "-" for what is absent and "*" where that is
+/// "name|manufacturer data" as scans see them, with "-" for what is absent and "*" if that is
 /// new.
 class DevicesSeen : public testing::Test {
  protected:

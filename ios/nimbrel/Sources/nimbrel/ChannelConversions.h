@@ -21,7 +21,7 @@ std::optional<EncodableValue> argumentsFrom(id arguments);
 /// The block is held as long as the callback, and given nil for null.
 FlutterResult resultFrom(::FlutterResult result);
 FlutterEventSink sinkFrom(::FlutterEventSink sink);
-/// nil where there is no error.
+/// nil if there is no error.
 ::FlutterError* flutterErrorFrom(const std::optional<FlutterError>& error);
 
 }  // namespace nimbrel::ios

@@ -38,7 +38,7 @@ class Retained {
     return retained;
   }
 
-  /// Still owned by this; nil where there is none.
+  /// Still owned by this; nil if there is none.
   [[nodiscard]] T get() const { return reference_; }
   /// For a return from a function: valid, once this is gone, until the autorelease pool drains.
   [[nodiscard]] T autoreleased() const { return autorelease(retain(reference_)); }
