@@ -17,7 +17,7 @@ enum class AddressType : std::uint8_t { publicAddress, randomAddress };
 
 /// What tells one device from another: the same digits under the other type are another device.
 struct DeviceAddress {
-  /// In the order in which people write them, the most significant byte first.
+  /// In the order of the written form: the most significant byte first.
   std::array<std::uint8_t, 6> bytes{};
   AddressType type = AddressType::randomAddress;
 
@@ -32,7 +32,7 @@ struct DeviceAddressHash {
   }
 };
 
-/// One advertising report, as every source of the air delivers it.
+/// One advertising report, whatever its source.
 struct Advertisement {
   /// The wall clock when it was received, since 1970-01-01 00:00:00 UTC.
   std::chrono::microseconds time{};

@@ -7,7 +7,7 @@
 
 namespace nimbrel {
 
-/// What is used of the advertising data structures of one report. The views are into that data.
+/// The advertising data structures of one report that are used here. The views point into its data.
 /// Source: Bluetooth Core Specification, volume 3, part C, section 11; the types are those of its
 /// Supplement, part A, sections 1.2 and 1.4.
 struct AdvertisingData {
@@ -20,16 +20,16 @@ struct AdvertisingData {
   /// The complete local name or else the shortened one, in what should be UTF-8. Never empty.
   std::optional<std::span<const std::uint8_t>> name;
   bool isNameComplete = false;
-  /// Company identifier first, little-endian. Of several, the first: a phone hands out one, and
-  /// devices put the one that matters to everybody in front.
+  /// Company identifier first, little-endian. The first structure if there are several: a phone
+  /// hands out one, and devices put the one of general interest first.
   std::optional<std::span<const std::uint8_t>> manufacturerData;
 
-  /// A structure of length zero ends the data. So does one that is longer than what is left:
-  /// nothing tells how much of it was meant, and phones ignore it, too.
+  /// A structure of length zero ends the data. So does one that is longer than the rest, which
+  /// phones ignore, too.
   static AdvertisingData parse(std::span<const std::uint8_t> data);
 
-  /// Adds a structure to the end of `data`. A payload that no structure can hold, of more than 254
-  /// bytes, is cut.
+  /// Adds a structure to the end of `data`. A payload is cut after 254 bytes, the most that a
+  /// structure holds.
   static void append(std::vector<std::uint8_t>& data, StructureType type,
                      std::span<const std::uint8_t> payload);
 };

@@ -8,10 +8,10 @@
 
 namespace nimbrel {
 
-/// Records advertisements as they come in a btsnoop file of HCI packets (H4): as LE Advertising
-/// Reports or, where the data is too long for one, as LE Extended Advertising Reports.
-/// Source: RFC 1761, with the Bluetooth datalinks and the epoch of Symbian's variant; Bluetooth
-/// Core Specification, volume 4, part E, sections 7.7.65.2 and 7.7.65.13.
+/// Writes advertisements to a btsnoop file of HCI packets (H4): as LE Advertising Reports or, if
+/// the data is too long for one, as LE Extended Advertising Reports. Source: RFC 1761, with the
+/// Bluetooth datalinks and the epoch of Symbian's variant; Bluetooth Core Specification, volume 4,
+/// part E, sections 7.7.65.2 and 7.7.65.13.
 class BtSnoopWriter {
  public:
   /// Starts a file. Throws InputError if it cannot be made, or is there already and
@@ -21,11 +21,11 @@ class BtSnoopWriter {
   BtSnoopWriter(const BtSnoopWriter&) = delete;
   BtSnoopWriter& operator=(const BtSnoopWriter&) = delete;
 
-  /// A record is in the file when this returns, and on the disk one `sync` later. Throws
+  /// The record is in the file when this returns, and on the disk after the next `sync`. Throws
   /// std::system_error if it cannot be written; the file then ends with the record before it.
   void write(const Advertisement& advertisement);
 
-  /// Has the disk keep what was written, so that it outlives a loss of power.
+  /// Flushes the file to the disk, so that it survives a loss of power.
   void sync();
 
   /// Returns the bytes written so far.

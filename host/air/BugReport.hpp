@@ -15,17 +15,17 @@ namespace nimbrel {
 /// and 2: lines of base64 around a compressed stream. Android leaves most advertisements out of it.
 class BugReport {
  public:
-  /// The text may be long: the log stands anywhere in it.
+  /// Searches the whole text, which may be long.
   [[nodiscard]] static bool recognises(std::span<const std::uint8_t> bytes);
 
-  /// `content`, which it recognises, outlives it. Throws InputError for a log that cannot be
-  /// unpacked.
+  /// Throws InputError if the log cannot be unpacked. REQUIRES: recognises(content), and `content`
+  /// outlives the reader.
   BugReport(std::span<const std::uint8_t> content, std::string fileName);
 
-  /// False at the end. Throws InputError at a record that cannot be used; nothing follows it.
+  /// Returns false at the end. Throws InputError at an unusable record; nothing can follow it.
   bool next(Packet& packet);
 
-  /// How much of the text stands for the records read so far.
+  /// The offset in the text up to which records were read.
   [[nodiscard]] std::size_t position() const;
 
  private:

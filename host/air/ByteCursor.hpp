@@ -10,8 +10,8 @@
 
 namespace nimbrel {
 
-/// Reads bytes from front to back. A read beyond the end yields zeros and leaves the cursor at the
-/// end and no longer ok, so that a group of reads needs one check, after it.
+/// Reads bytes from front to back. A read beyond the end returns zeros, moves the cursor to the end
+/// and clears `ok`, so that one check after several reads is enough.
 class ByteCursor {
  public:
   ByteCursor() = default;
@@ -36,7 +36,7 @@ class ByteCursor {
     return bytes;
   }
 
-  /// All `count` bytes or, beyond the end, none.
+  /// All `count` bytes, or none if fewer are left.
   std::span<const std::uint8_t> take(std::size_t count) {
     if (count > unread_.size()) {
       within_ = false;
@@ -48,7 +48,7 @@ class ByteCursor {
     return taken;
   }
 
-  /// As many of the `count` bytes as there are; the cursor stays as ok as it was.
+  /// Up to `count` bytes, fewer at the end. Leaves `ok` as it is.
   std::span<const std::uint8_t> takeUpTo(std::size_t count) {
     return take(std::min(count, unread_.size()));
   }

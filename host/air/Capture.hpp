@@ -24,42 +24,42 @@
 namespace nimbrel {
 
 /// A recording of Bluetooth traffic, read as the advertisements in it: btsnoop, Apple PacketLogger,
-/// pcap, pcapng or the text of an Android bug report, told apart by their content. A longer file
-/// takes no more memory. Of an archive or a compressed file, the newest recording in it is read.
+/// pcap, pcapng or the text of an Android bug report, recognised by content. A longer file takes no
+/// more memory. In an archive or a compressed file, the newest recording is read.
 class Capture {
  public:
-  /// Takes one line for the user on what was used of an archive, and one on damage inside the
-  /// capture. What comes before the damage is used.
+  /// Gets one line for the user about what was used of an archive, and one about damage inside the
+  /// capture. The records before the damage are used.
   using WarningHandler = std::function<void(const std::string&)>;
 
-  /// Of a file, "-" being the standard input, or of a pipe, which is read whole. Throws InputError
-  /// if it cannot be used.
+  /// Opens a file; "-" is the standard input. A pipe is read whole first. Throws InputError if the
+  /// file cannot be used.
   static std::unique_ptr<Capture> open(const std::string& path, WarningHandler warn);
 
-  /// Of bytes that outlive it; `name` stands for the file in messages. Throws InputError if they
-  /// cannot be used.
+  /// Reads bytes in memory; `name` is the name in messages. Throws InputError if they cannot be
+  /// used. REQUIRES: the bytes outlive the capture.
   static std::unique_ptr<Capture> read(std::span<const std::uint8_t> bytes, const std::string& name,
                                        WarningHandler warn);
 
-  /// Of the file, and of the recording in it if it is an archive.
+  /// The name of the file, followed by that of the recording inside if it is an archive.
   [[nodiscard]] const std::string& name() const { return name_; }
 
   /// The next advertisement, or null at the end. Valid until the next call. Throws
-  /// std::runtime_error where the file was shortened in the meantime.
+  /// std::runtime_error if the file was shortened while it was read.
   ///
-  /// Times are those of the records, in their order: they may jump either way, and where damaged
-  /// are anything from the year 0 to 9999. Directed advertising is left out, as it carries no data.
+  /// Times are those of the records, in file order: they may jump either way, and a damaged one may
+  /// lie anywhere in the years 0 to 9999. Directed advertising is left out, as it carries no data.
   const Advertisement* next();
 
-  /// Of the records read so far, of whatever kind; null before the first.
+  /// The time span of all records read so far; null before the first.
   [[nodiscard]] std::optional<std::chrono::microseconds> firstRecordTime() const { return first_; }
   [[nodiscard]] std::optional<std::chrono::microseconds> lastRecordTime() const { return last_; }
 
-  /// Of a sniffer's advertising packets read so far, those with a wrong checksum. They are left
-  /// out.
+  /// The number of a sniffer's advertising packets left out so far for a wrong checksum.
   [[nodiscard]] std::uint64_t damagedPackets() const { return damagedPackets_; }
 
-  /// For a capture read to its end without an advertisement: that there is none, and what to do.
+  /// The message for a capture without an advertisement, with what to do about it. REQUIRES: it was
+  /// read to its end.
   [[nodiscard]] std::string silence() const;
 
   /// How far the reading has come, from 0 to 1.

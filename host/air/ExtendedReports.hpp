@@ -10,7 +10,7 @@
 
 namespace nimbrel {
 
-/// Puts together extended advertising data that a controller reports in several fragments.
+/// Joins extended advertising data that a controller reports in several fragments.
 /// Source: Bluetooth Core Specification, volume 4, part E, section 7.7.65.13.
 class ExtendedReports {
  public:
@@ -31,11 +31,11 @@ class ExtendedReports {
     return status < 2 ? static_cast<DataStatus>(status) : DataStatus::truncated;
   }
 
-  /// Takes a fragment; all of the data with the last one, null before. Truncated data is what came
-  /// of it. The result is valid until the next call, or while `fragment` is.
+  /// Takes a fragment. Returns all of the data with the last one, null before. Truncated data is
+  /// returned as far as it was received. Valid until the next call, or while `fragment` is.
   std::optional<std::span<const std::uint8_t>> join(const Source& source, DataStatus status,
                                                     std::span<const std::uint8_t> fragment) {
-    // Nearly all are whole: nothing is looked for then.
+    // The common case: the data is whole, and no search is needed.
     if (unfinished_.empty() && status != DataStatus::moreToCome) {
       return fragment;
     }

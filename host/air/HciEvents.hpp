@@ -10,13 +10,13 @@
 
 namespace nimbrel {
 
-/// Makes advertisements of HCI events: of the LE Advertising Report and the LE Extended Advertising
-/// Report, either of which may hold several. Of a report that is cut short, what is there is used.
+/// Reads the advertisements in HCI events: LE Advertising Report and LE Extended Advertising
+/// Report, either of which may hold several. A report that is cut short is used as far as it goes.
 /// Source: Bluetooth Core Specification, volume 4, part E, sections 7.7.65.2 and 7.7.65.13.
 class HciEvents {
  public:
-  /// Starts on an event received at `time`, from its event code on. `event` stays valid while
-  /// `next` is called.
+  /// Starts reading an event received at `time`. `event` starts with the event code. REQUIRES: it
+  /// stays valid while `next` is called.
   void begin(std::chrono::microseconds time, std::span<const std::uint8_t> event);
 
   /// The next advertisement of the event; false after the last. Its data is valid until the next

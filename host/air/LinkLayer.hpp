@@ -13,19 +13,19 @@
 
 namespace nimbrel {
 
-/// Makes advertisements of packets of kind advertisingPdu.
+/// Reads the advertisements in packets of kind advertisingPdu.
 ///
-/// An extended advertisement may stand in several PDUs, each with a pointer to the next one and the
-/// identifier of the set that it is of: the first has the address, the others have the data. They
-/// are put together under the time and strength of the last one. Where the rest is not heard, the
-/// data that was heard is an advertisement some tenths of a second later, under its own time.
-/// Source: Bluetooth Core Specification, volume 6, part B, section 2.3.4.
+/// An extended advertisement may take several PDUs, each with a pointer to the next one and the
+/// identifier of its set: the first has the address, the others have the data. They are joined
+/// under the time and strength of the last one. If the rest is not received, the data so far is
+/// returned some tenths of a second later, under its own time. Source: Bluetooth Core
+/// Specification, volume 6, part B, section 2.3.4.
 class LinkLayer {
  public:
-  /// Starts on a packet. Its data stays valid while `next` is called.
+  /// Starts reading a packet. REQUIRES: its data stays valid while `next` is called.
   void begin(const Packet& packet);
 
-  /// No packet follows: `next` returns what still waits for more data.
+  /// Call after the last packet: `next` then returns the advertisements that wait for more data.
   void end();
 
   /// The next advertisement; false if another packet is needed. Its data is valid until the next

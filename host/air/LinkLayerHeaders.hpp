@@ -7,9 +7,9 @@
 
 namespace nimbrel {
 
-// What surrounds a link-layer packet in a sniffer's capture. Where the sniffer says whether the
-// checksum was right, it is believed; else the packet's own three bytes decide. Without them, as
-// some tools leave them out and a recorder may cut them off, nothing speaks against the packet.
+// The headers of link-layer packets in a sniffer's capture. If the sniffer says whether the
+// checksum was right, that counts; else the packet's own three bytes decide. A packet without them
+// is accepted: some tools leave them out, and a recorder may cut them off.
 //
 // REQUIRES: `packet` has its time and says whether it is cut.
 

@@ -9,7 +9,7 @@
 
 namespace nimbrel {
 
-/// What the packets of a pcap or pcapng file may begin with, by its number.
+/// The link types of pcap and pcapng files: the number that says what a packet begins with.
 /// Source: tcpdump.org, link-layer header types.
 class LinkTypes {
  public:

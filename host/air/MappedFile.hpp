@@ -9,16 +9,16 @@
 
 namespace nimbrel {
 
-/// The bytes of a file, read when they are first looked at. A pipe, which cannot be mapped, is read
-/// whole at the start.
+/// The bytes of a file, loaded on first access. A pipe, which cannot be mapped, is read whole at
+/// the start.
 ///
-/// Where the file is shortened by others in the meantime, what was there reads as zeros: the first
-/// look at it handles the signal SIGBUS.
+/// If somebody shortens the file in the meantime, the lost bytes read as zeros: their first access
+/// raises SIGBUS, which is handled here.
 class MappedFile {
  public:
   /// "-" is the standard input. Throws InputError if it cannot be read or is empty.
   explicit MappedFile(const std::string& path);
-  /// Of an open file, which may be closed then; `name` stands for it in messages.
+  /// Maps an open file, which may be closed afterwards; `name` is its name in messages.
   MappedFile(int descriptor, const std::string& name);
   ~MappedFile();
   MappedFile(const MappedFile&) = delete;
@@ -28,13 +28,12 @@ class MappedFile {
 
   [[nodiscard]] std::span<const std::uint8_t> bytes() const { return content_; }
 
-  /// Whether zeros were read in place of bytes that are gone.
+  /// Whether lost bytes were read as zeros.
   [[nodiscard]] bool hasLostBytes() const;
-  /// Whether the file is as long as it was at the start.
+  /// Whether the file still has its length of the start.
   [[nodiscard]] bool isWhole() const;
 
-  /// The first `count` bytes are not needed again soon: a long file then stays out of memory but
-  /// for what is being read.
+  /// Releases the memory of the first `count` bytes, which are loaded again on their next access.
   void release(std::size_t count) const;
 
   struct Mapping;

@@ -8,7 +8,7 @@
 
 namespace nimbrel {
 
-/// One record of a capture file, without what the file format put around it.
+/// One record of a capture file, without the file format's own headers.
 struct Packet {
   enum class Kind : std::uint8_t {
     /// Starts with the event code.
@@ -23,7 +23,7 @@ struct Packet {
     other,
   };
 
-  /// What the recorder listened to.
+  /// The recorded interface.
   enum class Origin : std::uint8_t { controller, usb, sniffer };
 
   /// Since 1970-01-01 00:00:00 UTC, within the bounds below.
@@ -34,9 +34,9 @@ struct Packet {
   bool isCut = false;
   /// Possibly cut short; valid until the next packet is read.
   std::span<const std::uint8_t> data;
-  /// Of an advertising PDU, in dBm; 127 if the receiver gave none.
+  /// The signal strength of an advertising PDU in dBm; 127 if the receiver gave none.
   std::int8_t rssi = 127;
-  /// Of an advertising PDU: the index of its channel; above the last one if it is unknown.
+  /// The channel index of an advertising PDU; above the last one if it is unknown.
   std::uint8_t channel = kUnknownChannel;
   /// The receiver knows that the PDU, of extended advertising, answers a scan.
   bool isScanResponse = false;
@@ -64,8 +64,7 @@ struct Packet {
   }
 };
 
-/// The years 0 to 9999. A damaged time stamp is moved to the nearer end, so that nobody's sums
-/// overflow.
+/// The years 0 to 9999. A damaged time stamp is clamped to them, so that no sum overflows.
 inline constexpr std::chrono::seconds kEarliestTime{-62'167'219'200};
 inline constexpr std::chrono::seconds kLatestTime{253'402'300'799};
 

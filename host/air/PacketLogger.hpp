@@ -17,10 +17,10 @@ class PacketLogger {
  public:
   [[nodiscard]] static bool recognises(std::span<const std::uint8_t> bytes);
 
-  /// `content`, which it recognises, outlives it.
+  /// REQUIRES: recognises(content), and `content` outlives the reader.
   PacketLogger(std::span<const std::uint8_t> content, std::string fileName);
 
-  /// False at the end. Throws InputError at a record that cannot be used; nothing follows it.
+  /// Returns false at the end. Throws InputError at an unusable record; nothing can follow it.
   bool next(Packet& packet);
   [[nodiscard]] std::size_t position() const { return offset_; }
 

@@ -18,11 +18,11 @@ class Pcap {
  public:
   [[nodiscard]] static bool recognises(std::span<const std::uint8_t> bytes);
 
-  /// `content`, which it recognises, outlives it. Throws InputError for a header that cannot be
-  /// used, or a link type without Bluetooth LE.
+  /// Throws InputError for an unusable header or a link type without Bluetooth LE. REQUIRES:
+  /// recognises(content), and `content` outlives the reader.
   Pcap(std::span<const std::uint8_t> content, std::string fileName);
 
-  /// False at the end. Throws InputError at a record that cannot be used; nothing follows it.
+  /// Returns false at the end. Throws InputError at an unusable record; nothing can follow it.
   bool next(Packet& packet);
   [[nodiscard]] std::size_t position() const { return offset_; }
 

@@ -21,11 +21,11 @@ class PcapNg {
  public:
   [[nodiscard]] static bool recognises(std::span<const std::uint8_t> bytes);
 
-  /// `content`, which it recognises, outlives it. Throws InputError for a header that cannot be
-  /// used, or if no packet could hold Bluetooth LE.
+  /// Throws InputError for an unusable header, or if no packet can hold Bluetooth LE. REQUIRES:
+  /// recognises(content), and `content` outlives the reader.
   PcapNg(std::span<const std::uint8_t> content, std::string fileName);
 
-  /// False at the end. Throws InputError at a block that cannot be used; nothing follows it. A
+  /// Returns false at the end. Throws InputError at an unusable block; nothing can follow it. A
   /// simple packet has no time: it is given that of the packet before.
   bool next(Packet& packet);
   [[nodiscard]] std::size_t position() const { return offset_; }

@@ -10,7 +10,7 @@
 
 namespace nimbrel {
 
-/// Several captures as one air: their advertisements in the order of their times.
+/// Several captures merged into one: their advertisements in the order of their times.
 class Recordings {
  public:
   /// `warn` takes a line on each capture without an advertisement. Throws InputError if all are
@@ -21,7 +21,7 @@ class Recordings {
   /// has them. Valid until the next call.
   const Advertisement* next();
 
-  /// Of the records read so far, of whatever kind; null before the first.
+  /// The time span of all records read so far; null before the first.
   [[nodiscard]] std::optional<std::chrono::microseconds> firstRecordTime() const;
   [[nodiscard]] std::optional<std::chrono::microseconds> lastRecordTime() const;
 

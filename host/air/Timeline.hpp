@@ -5,10 +5,10 @@
 
 namespace nimbrel {
 
-/// Where the records of a recording lie on a clock that never goes back.
+/// Places the records of a recording on a clock that never goes back.
 ///
-/// A recorder's clock is set now and then. A step of more than a second back or a day ahead is
-/// taken for that: time goes on from the new reading, with no more than a day of silence between.
+/// A recorder's clock may be set during a recording. A step of more than a second back or a day
+/// ahead counts as that: time goes on from the new reading after a day of silence at most.
 class Timeline {
  public:
   using Time = std::chrono::microseconds;

@@ -10,7 +10,7 @@
 
 namespace nimbrel {
 
-/// Takes the HCI events out of recorded USB transfers. A Bluetooth controller sends them on an
+/// Extracts the HCI events from recorded USB transfers. A Bluetooth controller sends them on an
 /// interrupt endpoint, without the packet type of H4, and in several transfers if one is too
 /// short.
 /// Source: Bluetooth Core Specification, volume 4, part B, section 2.1; tcpdump.org,

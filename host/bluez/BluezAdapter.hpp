@@ -16,7 +16,7 @@
 
 namespace nimbrel {
 
-/// Told what an adapter does and hears, in tasks of the main queue.
+/// Observes an adapter. Called in tasks of the main queue.
 class AdapterObserver {
  public:
   virtual ~AdapterObserver() = default;

@@ -14,7 +14,7 @@
 
 namespace nimbrel {
 
-/// Told what BlueZ's daemon says, in tasks of the main queue.
+/// Observes BlueZ's daemon. Called in tasks of the main queue.
 class BluezObserver {
  public:
   using Properties = BluezDevices::Properties;
@@ -26,7 +26,7 @@ class BluezObserver {
   /// The daemon or the bus is gone, and everything known of its objects with it. `line` says so to
   /// the user.
   virtual void lost(const std::string& line) = 0;
-  /// The daemon does not tell its objects.
+  /// The daemon refuses to list its objects.
   virtual void unanswered(const sdbus::Error& error) = 0;
   /// All objects of a daemon that has been found.
   virtual void found(const Objects& objects) = 0;

@@ -7,15 +7,15 @@
 namespace nimbrel {
 
 /// Decides what to do about an adapter that hears nothing. A daemon under load can end its
-/// discovery without saying so; a lonely place is quiet, too. The two differ in what was heard
-/// before.
+/// discovery without notice, but a place may also have no devices. What was heard before tells the
+/// two apart.
 class SilenceWatch {
  public:
   enum class Step {
     none,
-    /// A busy minute is followed by silence: start the discovery anew.
+    /// Silence after a busy minute: restart the discovery.
     restart,
-    /// The silence goes on after that: tell the user to restart the daemon.
+    /// Still silent after that: tell the user to restart the daemon.
     advise,
     /// Nothing was heard for a minute: ask the user about the beacon. Once for each watch.
     ask
@@ -23,10 +23,10 @@ class SilenceWatch {
 
   void heard(MainQueue::Time now);
 
-  /// Begins anew: the adapter hears again since `now`.
+  /// Starts over: the adapter discovers again from `now` on.
   void reset(MainQueue::Time now);
 
-  /// Returns what is to be done at `now`, each step once for each silence. Call it once a second.
+  /// Returns what to do at `now`, each step once for each silence. Call it once a second.
   Step check(MainQueue::Time now);
 
  private:

@@ -38,20 +38,20 @@ class CommandLine {
   void addOption(const std::string& name, const std::string& valueName, const std::string& help,
                  Taker take);
 
-  /// The same, for a text that is kept as it is; the last one counts.
+  /// The same, for a text that is kept unchanged; the last one counts.
   void addOption(const std::string& name, const std::string& valueName, const std::string& help,
                  std::optional<std::string>& text);
 
   /// An option without a value, which sets `isGiven`.
   void addFlag(const std::string& name, const std::string& help, bool& isGiven);
 
-  /// The arguments that are no options, `most` at most; `noun` names one of them in messages.
+  /// The positional arguments, `most` at most; `noun` names one of them in messages.
   void addArguments(const std::string& noun, std::size_t most, Taker take);
 
   /// One argument at most.
   void addArgument(const std::string& noun, std::optional<std::string>& argument);
 
-  /// Reads the line; `arguments` begin with the command's name. Returns false if it asks for the
+  /// Parses `arguments`, which begin with the command's name. Returns false if they ask for the
   /// help. Throws UsageError.
   bool parse(int count, const char* const* arguments);
 

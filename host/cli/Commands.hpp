@@ -3,7 +3,7 @@
 namespace nimbrel {
 
 // The commands. `arguments` begin with the command's name. Each returns the exit status; throws
-// UsageError, InputError, and std::system_error where the output cannot be written.
+// UsageError, InputError, and std::system_error if the output cannot be written.
 
 int scanCommand(int count, const char* const* arguments);
 int explainCommand(int count, const char* const* arguments);

@@ -12,11 +12,11 @@ namespace nimbrel {
 /// the end.
 class ExplainSession final : public FindingsSession {
  public:
-  /// All of them outlive the session.
+  /// REQUIRES: all arguments outlive the session.
   ExplainSession(const ExplainOptions& options, MainQueue& queue, Output& output, Output& errors);
 
  private:
-  /// Writes the findings. Throws InputError where the device asked for was not heard.
+  /// Writes the findings. Throws InputError if the device asked for was not heard.
   void tell() override;
 
   [[nodiscard]] std::vector<const FoundDevice*> devicesAskedFor() const;

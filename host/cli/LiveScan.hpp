@@ -18,8 +18,8 @@ class LiveScan final : private AdapterObserver {
   /// Returns the time since 1970.
   using MachineClock = std::function<MainQueue::Time()>;
 
-  /// Throws InputError if there is no system bus. The queue runs in real time. All arguments
-  /// outlive the scan.
+  /// Throws InputError if there is no system bus. REQUIRES: the queue runs in real time, and all
+  /// arguments outlive the scan.
   LiveScan(const RunOptions& options, MainQueue& queue, Session& session,
            MachineClock machineClock = readMachineClock);
 

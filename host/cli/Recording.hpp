@@ -9,7 +9,7 @@
 
 namespace nimbrel {
 
-/// When a recording goes on in a new file. Absent: never.
+/// When a recording continues in a new file. Absent: never.
 struct Rotation {
   std::optional<std::uint64_t> bytes;
   std::optional<MainQueue::Time> age;
@@ -30,7 +30,7 @@ class Recording {
   /// cannot be made.
   void write(const Advertisement& advertisement);
 
-  /// Has the disk keep what was written. Throws std::system_error.
+  /// Flushes the file to the disk. Throws std::system_error.
   void sync() { writer_->sync(); }
 
  private:

@@ -10,15 +10,15 @@
 
 namespace nimbrel {
 
-/// Lets a phone live through recordings: the queue's time and the wall clock follow the records.
+/// Plays recordings to a phone: the queue's time and the wall clock follow the records.
 class Replay {
  public:
-  /// All of them outlive the replay. REQUIRES: `recordings` were not read from.
+  /// REQUIRES: all arguments outlive the replay, and nothing was read from `recordings`.
   Replay(std::optional<MainQueue::Time> duration, Recordings& recordings, MainQueue& queue,
          Session& session, Progress& progress);
 
-  /// Runs to the end of the recordings and one second beyond, so that the last ranging report is
-  /// made, or to the end of the time asked for, or until the queue is stopped.
+  /// Runs to one second after the end of the recordings, so that the last ranging report is made,
+  /// or to the end of the time asked for, or until the queue is stopped.
   void run();
 
  private:

@@ -12,7 +12,7 @@ struct ScanOptions : RunOptions {
   bool json = false;
   bool quiet = false;
 
-  /// Absent if the line asks for the help, which has been printed. Throws UsageError.
+  /// Absent if the arguments ask for the help, which is then printed. Throws UsageError.
   /// `arguments` begin with the command's name.
   static std::optional<ScanOptions> parse(int count, const char* const* arguments);
 };

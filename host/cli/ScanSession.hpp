@@ -17,11 +17,12 @@
 
 namespace nimbrel {
 
-/// The application of `nimbrel scan`: it prints what it receives, and what the plug-in says.
+/// The application of `nimbrel scan`: prints the events that it receives and the plug-in's
+/// diagnostic lines.
 class ScanSession final : public Session {
  public:
-  /// All of them outlive the session. Where diagnostics go is `output` as on the phone, or `errors`
-  /// where the output is for a program to read.
+  /// Diagnostic lines go to `output` as on the phone, or to `errors` if a program reads the output.
+  /// REQUIRES: all arguments outlive the session.
   ScanSession(const ScanOptions& options, MainQueue& queue, Output& output, Output& errors);
 
   void start() override;
@@ -29,12 +30,13 @@ class ScanSession final : public Session {
   /// Below the table while that has the screen.
   void note(const std::string& line) override;
   void clockJumped(std::chrono::microseconds before, std::chrono::microseconds after) override;
-  /// One line on what there was, and one on what was asked for and not detected, to `errors`.
+  /// Writes one line about what was heard, and one about what was asked for and not detected, to
+  /// `errors`.
   void conclude(std::uint64_t damagedPackets) override;
 
   void logged(std::string_view line) override;
   void requested(const Request& /*request*/) override {
-    // What the plug-in asks of the phone shows in what follows from it.
+    // Requests have visible results: nothing to print here.
   }
 
  private:

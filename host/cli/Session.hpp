@@ -13,13 +13,13 @@
 
 namespace nimbrel {
 
-/// An application and the phone that it runs on, for a recording or an adapter to be played to: it
-/// listens, starts detection with its filters, takes the events, and stops detection in the end.
-/// What it says of all that is for a derived class.
+/// An application and its phone, to which a recording or an adapter is played. The application
+/// listens, starts detection with its filters, receives the events, and stops detection at the end.
+/// A derived class decides what to print.
 class Session : public PhoneObserver {
  public:
-  /// `filters` are filter maps, as `startDetection` takes them. They and the queue outlive the
-  /// session.
+  /// `filters` are filter maps, as `startDetection` takes them. REQUIRES: they and the queue
+  /// outlive the session.
   Session(const EncodableList& filters, const Phone::Setup& setup, MainQueue& queue);
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
@@ -27,18 +27,18 @@ class Session : public PhoneObserver {
   Phone& phone() { return phone_; }
 
   virtual void start();
-  /// Takes in one advertisement and all that follows from it at once.
+  /// Passes one advertisement to the phone and runs everything that follows from it at once.
   virtual void hear(const Advertisement& advertisement);
   virtual void stop();
   /// Stops detection and starts it again in a new plug-in, which remembers nothing.
   void startOver();
 
-  /// A line for the user, beside the output.
+  /// Shows a line to the user, apart from the output.
   virtual void note(const std::string& line) = 0;
   /// The recording's clock was set.
   virtual void clockJumped(std::chrono::microseconds before, std::chrono::microseconds after) = 0;
-  /// The run is over: says what there is to say at its end. `damagedPackets` of the recording were
-  /// left out.
+  /// Prints the end of the run. `damagedPackets` is how many packets of the recording were left
+  /// out.
   virtual void conclude(std::uint64_t damagedPackets) = 0;
 
   /// The time since detection first began.

@@ -13,7 +13,7 @@
 
 namespace nimbrel {
 
-/// What is in the air: a recording, or what an adapter of this machine hears.
+/// The source of advertisements: recordings, or an adapter of this machine.
 struct AirOptions {
   /// Files, or "-" for the standard input. None: the bundled recording, or with `live` no
   /// recording.
@@ -30,7 +30,7 @@ struct AirOptions {
   void checkTogether() const;
 };
 
-/// What every command that runs the plug-in over the air has in common.
+/// The options of every command that runs the plug-in over recordings or an adapter.
 struct RunOptions : AirOptions {
   /// Filter maps, as `startDetection` takes them.
   EncodableList filters;

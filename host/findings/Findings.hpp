@@ -129,13 +129,13 @@ struct Stretch {
   std::chrono::microseconds to;
 };
 
-/// A recording's clock that was set.
+/// A jump of the recording's clock.
 struct ClockJump {
   std::chrono::microseconds before;
   std::chrono::microseconds after;
 };
 
-/// Follows a run of the plug-in and keeps what became of every advertisement.
+/// Follows a run of the plug-in and records what became of every advertisement.
 ///
 /// For each advertisement: `begin`, then what the phone tells its observer, then `settle` once the
 /// main queue is drained. `received` for every event, whenever it comes.
@@ -163,7 +163,7 @@ class Findings {
   void requested(const Request& request);
   /// The recording's clock jumped, up to this time of the run.
   void clockJumped(const ClockJump& jump, MainQueue::Time now);
-  /// The run is over. Throws std::logic_error if the fates do not add up: a fault of this
+  /// Ends the run. Throws std::logic_error if the fates do not add up, which is a bug in this
   /// program.
   void end(MainQueue::Time now);
 
@@ -172,7 +172,7 @@ class Findings {
   [[nodiscard]] std::uint64_t advertisements() const { return advertisements_; }
   [[nodiscard]] std::uint64_t events() const { return events_; }
   [[nodiscard]] MainQueue::Time length() const { return length_; }
-  /// For how long a device was silent before the end; zero if nobody knows, as the recording's
+  /// How long a device was silent before the end; zero if that is unknown because the recording's
   /// clock jumped in that time.
   [[nodiscard]] MainQueue::Time silenceAfter(const FoundDevice& device) const {
     return device.lastAt < jumpedAt_ ? MainQueue::Time(0) : length_ - device.lastAt;

@@ -16,8 +16,8 @@ struct FindingsTextStyle {
   std::optional<std::size_t> lines;
 };
 
-/// The findings for a person: a paragraph for each device that has something to say, the most
-/// surprising first, and the other devices summed up by reason.
+/// The findings for a person: a paragraph for each device of interest, the most surprising first,
+/// and the other devices grouped by reason.
 std::string findingsText(const Findings& findings, const FindingsTextStyle& style);
 
 /// One device's findings in full, with the times at which its fate changed.

@@ -10,9 +10,9 @@
 
 namespace nimbrel {
 
-/// Why something is as it is, for somebody who looks for a missing detection.
+/// An explanation for somebody who looks for a missing detection.
 struct Reason {
-  /// The same for all devices of the same reason, in a few words that stand behind "devices: ".
+  /// A few words for all devices with the same reason, to follow "devices: ".
   std::string_view topic;
   /// Whole sentences that name what to change.
   std::string sentence;
@@ -20,14 +20,14 @@ struct Reason {
   bool isHarmless = false;
 };
 
-/// How much a device deserves to be read about.
+/// How interesting a device is to the reader.
 enum class Rank : std::uint8_t { missed, detected, other };
 
 /// Each fate of a device that is not an event, and what may surprise about it; the chief reason
 /// first.
 std::vector<Reason> reasonsFor(const Findings& findings, const FoundDevice& device);
 
-/// Where a real iPhone would do otherwise with a device than this run.
+/// How a real iPhone would treat a device differently from this run.
 std::vector<std::string> onIPhone(const Findings& findings, const FoundDevice& device);
 
 /// What was asked for and not detected, and what concerns the whole run.
@@ -35,7 +35,7 @@ std::vector<std::string> reasonsForRun(const Findings& findings, const WallClock
 
 Rank rankOf(const Findings& findings, const FoundDevice& device);
 
-/// A filter as the command line has it: UUID[/MAJOR[/MINOR]][=LABEL]; with another UUID where one
+/// A filter as the command line has it: UUID[/MAJOR[/MINOR]][=LABEL]; with another UUID if one
 /// is given.
 std::string filterText(const EncodableMap& filter, const std::optional<UUID>& other = {});
 

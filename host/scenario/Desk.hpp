@@ -14,18 +14,18 @@
 
 namespace nimbrel {
 
-/// What a desk's phone hears besides the advertisements of steps.
+/// A source of advertisements for a desk besides its steps.
 class DeskAir {
  public:
   virtual ~DeskAir() = default;
 
-  /// The stage is there, and time stands at 0. Both outlive the air.
+  /// Called once, at time 0. REQUIRES: both arguments outlive the air.
   virtual void attach(Stage& stage, Transcript& transcript, bool setsClock) = 0;
-  /// Time is about to pass for the first time. Throws InputError if nothing can be heard.
+  /// Called before time passes for the first time. Throws InputError if the source cannot be used.
   virtual void begin() = 0;
 };
 
-/// A stage that plays steps as they come, each before the next is read.
+/// A stage that plays steps as they arrive, each before the next is read.
 class Desk {
  public:
   /// Virtual time, or real time at `speed` times its pace. `air` may be null. The output outlives
@@ -34,7 +34,7 @@ class Desk {
        PluginAttachment attach = attachPlugin);
 
   /// Plays the lines of a file descriptor up to its end, and flushes the output after each.
-  /// Returns early where the output's reader is gone. Throws std::system_error.
+  /// Returns early if the reader of the output has gone. Throws std::system_error.
   void run(int input);
 
  private:

@@ -17,7 +17,7 @@ namespace nimbrel {
 
 using Json = nlohmann::json;
 
-/// What is wrong with one line of a scenario, without the place, which the reader of lines knows.
+/// An error in one line of a scenario. The caller, which knows file and line, adds them.
 class LineFault : public std::runtime_error {
  public:
   using std::runtime_error::runtime_error;

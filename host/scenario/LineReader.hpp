@@ -7,16 +7,16 @@
 
 namespace nimbrel {
 
-/// Splits what comes from a file descriptor into lines.
+/// Splits the input of a file descriptor into lines.
 class LineReader {
  public:
   explicit LineReader(int descriptor) : descriptor_(descriptor) {}
 
-  /// The next line that has come whole, or at the end of the input the rest of it; absent if
-  /// more has to be read first. Without its newline, and valid until the next call of `read`.
+  /// The next complete line without its newline, or the rest at the end of the input; absent if
+  /// more has to be read first. Valid until the next call of `read`.
   std::optional<std::string_view> next();
 
-  /// Reads what there is, and waits if there is nothing yet. Throws std::system_error.
+  /// Reads the available input, and waits for some if there is none. Throws std::system_error.
   void read();
 
   [[nodiscard]] bool isAtEnd() const { return isAtEnd_; }
@@ -24,7 +24,7 @@ class LineReader {
  private:
   int descriptor_;
   std::string text_;
-  std::size_t begin_ = 0;     // of what no line was made of
+  std::size_t begin_ = 0;     // the start of the next line
   std::size_t searched_ = 0;  // [begin_, searched_) holds no newline
   bool isAtEnd_ = false;
 };

@@ -9,11 +9,12 @@
 
 namespace nimbrel {
 
-/// Lets the phone of a desk hear a recording. Its first record lies at second 0, and if nobody
-/// set the phone's clock that is the recorder's.
+/// Plays a recording to the phone of a desk. The first record is at second 0. The phone's clock is
+/// the recorder's unless the scenario sets it.
 class RecordedAir final : public DeskAir {
  public:
-  /// Of a file. `warn` is told of damage inside it. Throws InputError if it cannot be used.
+  /// Opens a file. `warn` gets a line about damage inside it. Throws InputError if it cannot be
+  /// used.
   RecordedAir(const std::string& path, Capture::WarningHandler warn);
 
   void attach(Stage& stage, Transcript& transcript, bool setsClock) override;

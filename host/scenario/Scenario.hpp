@@ -10,7 +10,7 @@
 
 namespace nimbrel {
 
-/// The phone that a scenario begins with.
+/// The phone at the start of a scenario.
 struct PhoneLine {
   Phone::Setup phone;
   /// False: the plug-in is used without ever being registered.
@@ -19,17 +19,17 @@ struct PhoneLine {
   bool hasClock = false;
 };
 
-/// What the application, the phone and the air around the plug-in do.
+/// A script for the application, the phone and the air around the plug-in.
 struct Scenario {
   PhoneLine phone;
   std::vector<Step> steps;
 
-  /// Reads JSON Lines. `name` stands for the text in messages. Throws InputError, whose message
-  /// begins with "NAME:LINE: ", at the first thing that is wrong.
+  /// Parses JSON Lines. `name` is the name in messages. Throws InputError at the first error, with
+  /// a message that begins with "NAME:LINE: ".
   static Scenario parse(std::string_view text, const std::string& name);
 };
 
-/// Whether a line of a scenario says nothing: it is blank or a comment.
+/// Whether a line of a scenario is blank or a comment.
 [[nodiscard]] bool isSkipped(std::string_view line);
 
 /// Whether a line's object is the one that sets up the phone.

@@ -13,25 +13,25 @@
 
 namespace nimbrel {
 
-/// Makes a plug-in on a phone and connects it with an application: by its registration or, where
-/// `isRegistered` is false, by hand and without one.
+/// Creates a plug-in on a phone and connects it with an application: by its registration or, if
+/// `isRegistered` is false, directly.
 using PluginAttachment = std::function<void(Messenger& messenger, Phone& phone, bool isRegistered)>;
 
 /// Attaches the plug-in itself.
 void attachPlugin(Messenger& messenger, Phone& phone, bool isRegistered);
 
-/// An application, its phone and the air around it, which do what steps say.
+/// An application, its phone and the air around it, which perform the steps of a scenario.
 class Stage {
  public:
-  /// Attaches the plug-in and runs what that queues. Queue and transcript outlive the stage, and
-  /// the queue runs no task once the stage is gone.
+  /// Attaches the plug-in and runs the tasks that this queues. REQUIRES: queue and transcript
+  /// outlive the stage, and the queue runs no task after the stage's end.
   Stage(const PhoneLine& line, MainQueue& queue, Transcript& transcript,
         const PluginAttachment& attach);
 
   [[nodiscard]] MainQueue& queue() { return queue_; }
   [[nodiscard]] Phone& phone() { return phone_; }
 
-  /// Does what a step says, now.
+  /// Performs a step now.
   void perform(const Step::Action& action);
 
   /// The phone receives an advertisement that is not from a step.

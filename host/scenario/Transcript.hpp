@@ -14,7 +14,7 @@ namespace nimbrel {
 /// Writes what happens as JSON Lines, each with the time at which it happened.
 class Transcript final : public PhoneObserver {
  public:
-  /// Both outlive the transcript.
+  /// REQUIRES: both outlive the transcript.
   Transcript(const MainQueue& queue, Output& output) : queue_(queue), output_(output) {}
 
   void logged(std::string_view line) override;
@@ -22,7 +22,7 @@ class Transcript final : public PhoneObserver {
   void replied(const Application::Reply& reply);
   void received(const EncodableValue& event);
 
-  // What a desk adds
+  // Lines of a desk only
 
   /// The step on that line of the input was played, with all that followed from it.
   void done(std::size_t line);

@@ -8,15 +8,15 @@
 
 namespace nimbrel {
 
-/// Puts the advertisements of steps on the air, repeats included.
+/// Sends the advertisements of steps, with their repeats.
 class Transmitter {
  public:
   using Receiver = std::function<void(const actions::Advertise&)>;
 
-  /// The queue outlives the transmitter, and runs no task once that is gone.
+  /// REQUIRES: the queue outlives the transmitter and runs no task after its end.
   Transmitter(MainQueue& queue, Receiver receiver);
 
-  /// Sends at once and, where the action repeats, again while the time passes.
+  /// Sends at once and, if the action repeats, again as time passes.
   void start(const actions::Advertise& advertise);
 
  private:

@@ -10,7 +10,7 @@
 /// print(lobby); // BeaconFilter(E2C56DB5-DFFB-48D2-B060-D0F5A71096E0/1, Lobby)
 /// ```
 final class BeaconFilter {
-  /// Takes the UUID in either case. Throws an [ArgumentError] where [uuid] is not 32 hexadecimal
+  /// Takes the UUID in either case. Throws an [ArgumentError] if [uuid] is not 32 hexadecimal
   /// digits in groups of 8, 4, 4, 4 and 12, or a number does not fit in 16 bits.
   BeaconFilter({required String uuid, this.majorId, this.minorId, this.identifier})
     : uuid = uuid.toUpperCase() {

@@ -55,7 +55,7 @@ abstract final class Nimbrel {
   ///
   /// Listen to [detections] first: what nobody hears is lost.
   ///
-  /// Throws a [StateError] where this application has started detection and not stopped it: the
+  /// Throws a [StateError] if this application has started detection and not stopped it: the
   /// filters of a running detection cannot be changed, so stop it and start anew. After a hot
   /// restart the plug-in still runs with its old filters, which this class cannot know. It answers
   /// true then and starts nothing anew; an application that is developed with hot restart calls
@@ -63,7 +63,7 @@ abstract final class Nimbrel {
   static Future<bool> startDetection({List<BeaconFilter> filters = const []}) =>
       _session.startDetection(filters);
 
-  /// Stops to detect; no effect if nothing runs. Completes with false if the device has no
+  /// Stops detection; no effect if none runs. Completes with false if the device has no
   /// location service, else with true. A detection that is on its way may still come.
   static Future<bool> stopDetection() => _session.stopDetection();
 

@@ -62,7 +62,7 @@ final class Desk extends MessagePlatform {
   /// [command] is the program `nimbrel`. Left out, it is what the environment's `NIMBREL` says, else
   /// `build/release/nimbrel` in this package's folder, else `nimbrel` of the search path.
   ///
-  /// Throws a [DeskException] where the command, the scenario or the capture cannot be used.
+  /// Throws a [DeskException] if the command, the scenario or the capture cannot be used.
   static Future<Desk> start({
     String? scenario,
     String? capture,
@@ -365,7 +365,7 @@ final class Desk extends MessagePlatform {
 
   /// Plays a step as a scenario has it, behind those that wait. Without a time it happens now.
   ///
-  /// Completes when it was played, with all that it brought about. Throws a [DeskException] where
+  /// Completes when it was played, with all that it brought about. Throws a [DeskException] if
   /// it cannot be played; the desk is as before then.
   Future<void> play(Map<String, Object?> step) => _play(step);
 
@@ -379,7 +379,7 @@ final class Desk extends MessagePlatform {
   /// Ends the child, and completes when it has ended. The application's calls that have no answer
   /// yet get none, as on a phone.
   ///
-  /// Throws a [DeskException] where the child has failed.
+  /// Throws a [DeskException] if the child has failed.
   Future<void> stop() async {
     await _process.idle();
     _stopping = true;
@@ -509,7 +509,7 @@ final class Desk extends MessagePlatform {
         return built;
       }
     } on UnsupportedError {
-      // Where an application was compiled ahead of time, nothing tells where packages were.
+      // An application that was compiled ahead of time does not know where packages were.
     }
     return 'nimbrel';
   }

@@ -63,7 +63,7 @@ class DeskProcess {
   }
 
   /// Plays a step behind those that wait. [onSend] is called when its turn comes. Completes when
-  /// it was played, with all that it brought about. Throws a [DeskException] where the command
+  /// it was played, with all that it brought about. Throws a [DeskException] if the command
   /// refuses it, or ends.
   Future<void> play(Map<String, Object?> object, {void Function()? onSend}) {
     if (_ending || _ended.isCompleted) {
