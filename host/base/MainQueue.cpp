@@ -9,8 +9,11 @@
 
 namespace nimbrel {
 
-MainQueue::MainQueue(std::optional<double> speed) : speed_(speed) {
-  if (speed_.has_value()) {
+MainQueue::MainQueue(std::optional<double> speed)
+    : MainQueue(speed.has_value() ? std::make_unique<SteadyClock>(*speed) : nullptr) {}
+
+MainQueue::MainQueue(std::unique_ptr<Clock> clock) : clock_(std::move(clock)) {
+  if (clock_ != nullptr) {
     wake_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     if (wake_ < 0) {
       throw std::system_error(errno, std::generic_category(), "cannot make an event descriptor");
@@ -67,12 +70,6 @@ void MainQueue::runUntil(Time end) {
   }
 }
 
-MainQueue::Time MainQueue::elapsed() const {
-  const std::chrono::duration<double, std::micro> real =
-      std::chrono::steady_clock::now() - *started_;
-  return Time(static_cast<Time::rep>(real.count() * *speed_));
-}
-
 MainQueue::Time MainQueue::lag() const {
   return started_.has_value() ? std::max(elapsed() - now_, Time::zero()) : Time::zero();
 }
@@ -80,12 +77,12 @@ MainQueue::Time MainQueue::lag() const {
 void MainQueue::catchUp(Time end) { now_ = std::max(now_, std::min(elapsed(), end)); }
 
 void MainQueue::passTimeUntil(Time end) {
-  if (!speed_.has_value()) {
+  if (clock_ == nullptr) {
     now_ = std::max(now_, end);
     return;
   }
   if (!started_.has_value()) {
-    started_ = std::chrono::steady_clock::now();
+    started_ = clock_->now();
   }
   catchUp(end);
   if (now_ < end || !watches_.empty()) {
@@ -95,31 +92,26 @@ void MainQueue::passTimeUntil(Time end) {
 }
 
 void MainQueue::sleepUntil(Time end) {
-  Sleep sleep = planSleep(end);
-  if (beforeSleeping_ && sleep.longest > Time::zero()) {
+  Sleep sleep = planSleep();
+  if (beforeSleeping_ && now_ < end && sleep.patience != Time::zero()) {
     beforeSleeping_();
   }
-  const timespec timeout{sleep.longest.count() / 1'000'000,
-                         sleep.longest.count() % 1'000'000 * 1000};
-  if (ppoll(sleep.descriptors.data(), sleep.descriptors.size(), &timeout, nullptr) >= 0) {
+  if (clock_->wait(sleep.descriptors, end - now_, sleep.patience) >= 0) {
     catchUp(end);
     callReady(sleep);
   }
 }
 
-MainQueue::Sleep MainQueue::planSleep(Time end) const {
-  constexpr double kLongest = 3600e6;
-  const double untilEnd = static_cast<double>((end - now_).count()) / *speed_;
+MainQueue::Sleep MainQueue::planSleep() const {
   Sleep sleep;
-  // Rounded up: a sleep that ends just before its task is due would be followed by one of 0.
-  sleep.longest = Time(static_cast<Time::rep>(std::clamp(untilEnd + 0.999, 0.0, kLongest)));
   sleep.descriptors.push_back({wake_, POLLIN, 0});
   for (const auto& [descriptor, watch] : watches_) {
     const Interest interest = watch.interest();
     sleep.descriptors.push_back({descriptor, interest.events, 0});
     if (interest.atMost.has_value()) {
       sleep.impatient.insert(descriptor);
-      sleep.longest = std::clamp(*interest.atMost, Time::zero(), sleep.longest);
+      const Time longest = std::max(*interest.atMost, Time::zero());
+      sleep.patience = std::min(longest, sleep.patience.value_or(longest));
     }
   }
   return sleep;

@@ -1,18 +1,18 @@
 #pragma once
 
-#include <poll.h>
-
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <set>
 #include <tuple>
 #include <utility>
 #include <vector>
 
+#include "host/base/Clock.hpp"
 #include "platform/Dispatch.hpp"
 
 namespace nimbrel {
@@ -28,6 +28,8 @@ class MainQueue {
 
   /// Virtual time, or real time run at `speed` times its pace.
   explicit MainQueue(std::optional<double> speed = std::nullopt);
+  /// Real time as `clock` tells it.
+  explicit MainQueue(std::unique_ptr<Clock> clock);
   ~MainQueue();
   MainQueue(const MainQueue&) = delete;
   MainQueue& operator=(const MainQueue&) = delete;
@@ -95,23 +97,23 @@ class MainQueue {
   };
 
   struct Sleep {
-    Time longest{};
+    std::optional<Time> patience;  // the longest that it may take by the machine's clock
     std::vector<pollfd> descriptors;
     std::set<int> impatient;  // those called after the sleep even if they are not ready
   };
 
   void passTimeUntil(Time end);
   void sleepUntil(Time end);
-  [[nodiscard]] Sleep planSleep(Time end) const;
+  [[nodiscard]] Sleep planSleep() const;
   void callReady(const Sleep& sleep);
   /// Moves `now` to the real time, but not past `end`.
   void catchUp(Time end);
   /// REQUIRES: real time has begun.
-  [[nodiscard]] Time elapsed() const;
+  [[nodiscard]] Time elapsed() const { return clock_->now() - *started_; }
 
   Time now_{};
-  std::optional<double> speed_;
-  std::optional<std::chrono::steady_clock::time_point> started_;  // when real time began
+  std::unique_ptr<Clock> clock_;  // null in virtual time
+  std::optional<Time> started_;   // the clock's reading when real time began
   std::vector<DispatchTask> tasks_;
   std::vector<DispatchTask> running_;
   std::vector<Timer> timers_;  // a heap, the next one due at the front

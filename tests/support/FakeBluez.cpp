@@ -4,6 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdlib>
@@ -106,6 +107,39 @@ void PrivateBus::stop() {
     kill(daemon_, SIGKILL);
     waitpid(std::exchange(daemon_, 0), nullptr, 0);
   }
+}
+
+void PrivateBus::settle() {
+  std::unique_ptr<sdbus::IConnection> connection;
+  try {
+    connection = sdbus::createSystemBusConnection();
+  } catch (const sdbus::Error&) {
+    return;  // The bus is gone: so is all that was on its way.
+  }
+  const auto daemon = sdbus::createProxy(*connection, sdbus_series::ServiceName("org.bluez"),
+                                         sdbus::ObjectPath("/"));
+  // The bus serves its clients in turns: a question, its answer, and what follows from that.
+  for (int turn = 0; turn < 3; ++turn) {
+    try {
+      daemon->callMethod("Ping").onInterface("org.freedesktop.DBus.Peer");
+    } catch (const sdbus::Error&) {
+      // The bus answers for a daemon that is not there.
+    }
+  }
+}
+
+int BusClock::wait(std::span<pollfd> descriptors, Time pause, std::optional<Time> patience) {
+  const auto look = [&] { return poll(descriptors.data(), descriptors.size(), 0); };
+  const Time wait = std::min(pause, patience.value_or(pause));
+  int ready = look();
+  if (ready == 0 && wait > Time::zero()) {
+    settle_();
+    ready = look();
+  }
+  if (ready == 0) {
+    now_ += wait;
+  }
+  return ready;
 }
 
 FakeBluez::FakeBluez()

@@ -8,9 +8,12 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "host/base/Clock.hpp"
 #include "host/bluez/Sdbus.hpp"
 
 namespace nimbrel::testing_support {
@@ -26,10 +29,29 @@ class PrivateBus {
 
   void start();
   void stop();
+  /// Returns once all has arrived that was sent before, and that the answers to it are, too.
+  static void settle();
 
  private:
   std::string folder_;
   pid_t daemon_ = 0;
+};
+
+/// Stands still while anybody on the private bus is busy, and jumps to what is due next otherwise.
+class BusClock final : public Clock {
+ public:
+  /// `settle` waits for the others on the bus.
+  explicit BusClock(std::function<void()> settle = PrivateBus::settle)
+      : settle_(std::move(settle)) {}
+
+  [[nodiscard]] Time now() const override { return now_; }
+  int wait(std::span<pollfd> descriptors, Time pause, std::optional<Time> patience) override;
+  /// Lets time pass while the program is suspended.
+  void pass(Time time) { now_ += time; }
+
+ private:
+  std::function<void()> settle_;
+  Time now_{};
 };
 
 /// A Bluetooth daemon without radios on the private bus. It answers from its own thread, as a
@@ -66,7 +88,11 @@ class FakeBluez {
   /// The error with which the next requests for a discovery are refused.
   void refuse(std::vector<std::string> errors) { refusals_ = std::move(errors); }
   /// Answers nothing from now on.
-  void hang() { connection_->leaveEventLoop(); }
+  void hang() {
+    isHanging_ = true;
+    connection_->leaveEventLoop();
+  }
+  [[nodiscard]] bool isHanging() const { return isHanging_; }
   /// Runs `action` whenever a discovery starts.
   void whenDiscovering(std::function<void()> action) { discovering_ = std::move(action); }
 
@@ -80,6 +106,7 @@ class FakeBluez {
   static void change(sdbus::IObject& object, const std::string& interface,
                      const Properties& properties, const std::vector<std::string>& withdrawn = {});
 
+  bool isHanging_ = false;
   mutable std::mutex mutex_;
   std::string requested_;
   std::vector<std::string> refusals_;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
+#include <vector>
 
 #include "host/bluez/BluezAdapter.hpp"
 #include "tests/support/FakeBluez.hpp"
@@ -8,8 +9,7 @@
 namespace nimbrel::testing_support {
 namespace {
 
-/// An adapter hci0, and the story of what happens to it: reports, states and lines. The queue's
-/// seconds take a twentieth of real ones.
+/// An adapter hci0, and the story of what happens to it: reports, states and lines.
 class Following : public testing::Test, public AdapterObserver {
  protected:
   Following() { bluez->addAdapter("hci0"); }
@@ -45,14 +45,21 @@ class Following : public testing::Test, public AdapterObserver {
 
   PrivateBus bus;
   std::optional<FakeBluez> bluez{std::in_place};
-  MainQueue queue{20.0};
+  BusClock* clock = new BusClock([this] {
+    if (!bluez.has_value() || !bluez->isHanging()) {
+      PrivateBus::settle();
+    }
+  });
+  MainQueue queue{std::unique_ptr<Clock>(clock)};
   std::optional<BluezAdapter> adapter;
   std::string story;
+  std::vector<MainQueue::Time> times;  // Of the reports.
 
  private:
   void listening() override { story += "listening\n"; }
   void heard(const Advertisement& advertisement) override {
     story += "heard " + std::to_string(advertisement.rssi) + "\n";
+    times.push_back(queue.now());
   }
   void changed(CBManagerState state) override {
     story += "state " + std::to_string(static_cast<int>(state)) + "\n";
@@ -72,6 +79,34 @@ TEST_F(Following, HearsOnlyTheDevicesOfItsAdapterThatAreOnTheAir) {
   bluez->changeDevice("hci0/dev_1", {{"RSSI", sdbus::Variant(std::int16_t{-61})}});
   until("heard -61\n");
   EXPECT_EQ(story, "heard -60\nheard -51\nheard -61\n");
+}
+
+TEST_F(Following, SpreadsTheReportsOfASuspensionOverItsTime) {
+  using namespace std::chrono_literals;
+  MainQueue::Time begin{};
+  const auto send = [this](int rssi) {
+    bluez->changeDevice("hci0/dev_1", {{"RSSI", sdbus::Variant(static_cast<std::int16_t>(rssi))}});
+    PrivateBus::settle();
+  };
+  const auto suspend = [&](MainQueue::Time suspension) {
+    times.clear();
+    queue.runUntil(queue.now() + queue.lag() + 1s);
+    begin = queue.now();
+    send(-61);
+    send(-62);
+    clock->pass(suspension);
+    queue.runUntil(begin);
+  };
+  follow();
+  hearOne();
+  suspend(999ms);
+  EXPECT_EQ(times, (std::vector{begin, begin})) << "the machine was busy";
+  suspend(10s);
+  queue.runUntil(begin + 9500ms);
+  send(-63);
+  send(-64);
+  until("heard -64\n");
+  EXPECT_EQ(times, (std::vector{begin + 5s, begin + 10s, begin + 10s, begin + 10s}));
 }
 
 TEST_F(Following, ForgetsADeviceThatIsRemoved) {

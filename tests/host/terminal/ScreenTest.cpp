@@ -19,11 +19,12 @@ constexpr std::string_view kGivenBack = "\033[?1049l";
 /// A program that takes the screen.
 class Screened : public TerminalTest {
  protected:
-  /// Runs `program` as a shell does, in a process group of its own.
+  /// Runs `program` as a shell does, in a process group of its own, for a minute at most.
   static pid_t start(const std::function<void()>& program) {
     const pid_t child = fork();
     if (child == 0) {
       setpgid(0, 0);
+      alarm(60);
       program();
       _exit(127);
     }
