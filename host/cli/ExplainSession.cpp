@@ -4,6 +4,7 @@
 
 #include "Classes/text/UpperCase.hpp"
 #include "Classes/text/UuidText.hpp"
+#include "host/air/AddressText.hpp"
 #include "host/base/InputError.hpp"
 #include "host/findings/FindingsJson.hpp"
 #include "host/findings/FindingsText.hpp"

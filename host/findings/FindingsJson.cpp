@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "Classes/text/UuidText.hpp"
+#include "host/air/AddressText.hpp"
 #include "host/base/JsonText.hpp"
 #include "host/findings/Reasons.hpp"
 #include "host/phone/BluetoothService.hpp"

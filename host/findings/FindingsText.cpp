@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "Classes/text/UuidText.hpp"
+#include "host/air/AddressText.hpp"
 #include "host/base/Printable.hpp"
 #include "host/findings/Reasons.hpp"
 

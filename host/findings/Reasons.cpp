@@ -568,14 +568,6 @@ std::string filterText(const EncodableMap& filter, const std::optional<UUID>& ot
   return label == nullptr ? words : words + "=" + *label;
 }
 
-std::string addressText(const DeviceAddress& address) {
-  std::string digits(17, ':');
-  for (std::size_t index = 0; index < address.bytes.size(); ++index) {
-    appendHexByte(digits.data() + 3 * index, address.bytes[index]);
-  }
-  return digits;
-}
-
 std::string counted(std::uint64_t count, std::string_view noun) {
   return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
 }

@@ -39,9 +39,6 @@ Rank rankOf(const Findings& findings, const FoundDevice& device);
 /// is given.
 std::string filterText(const EncodableMap& filter, const std::optional<UUID>& other = {});
 
-/// "C6:55:44:33:22:11"
-std::string addressText(const DeviceAddress& address);
-
 /// "1 time", "2 times"
 std::string counted(std::uint64_t count, std::string_view noun);
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-#include "Classes/text/UuidText.hpp"
+#include "host/air/AddressText.hpp"
 
 namespace nimbrel {
 
@@ -69,19 +69,11 @@ actions::Range readRange(const Json& json) {
 }
 
 DeviceAddress readAddress(JsonFields& fields) {
-  const std::string text = fields.text("address");
-  DeviceAddress address;
-  bool isAddress = text.size() == address.bytes.size() * 3 - 1;
-  for (std::size_t index = 0; isAddress && index < address.bytes.size(); ++index) {
-    const int high = hexDigitValue(text[index * 3]);
-    const int low = hexDigitValue(text[index * 3 + 1]);
-    const bool isLast = index + 1 == address.bytes.size();
-    isAddress = high >= 0 && low >= 0 && (isLast || text[index * 3 + 2] == ':');
-    address.bytes[index] = static_cast<std::uint8_t>(high * 16 + low);
-  }
-  if (!isAddress) {
+  const auto bytes = parseAddress(fields.text("address"));
+  if (!bytes.has_value()) {
     throw LineFault("\"address\" is not a device address such as \"C6:55:44:33:22:11\"");
   }
+  DeviceAddress address{*bytes};
   if (fields.has("addressType")) {
     address.type = fields.word("addressType", {"public", "random"}) == 0
                        ? AddressType::publicAddress
