@@ -1,24 +1,25 @@
 #include "host/air/BtSnoopWriter.hpp"
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <concepts>
-#include <cstring>
 #include <span>
 #include <system_error>
 #include <utility>
 
 #include "host/air/BtSnoop.hpp"
-#include "host/base/InputError.hpp"
+#include "host/base/NewFile.hpp"
 
 namespace nimbrel {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
+constexpr std::uint8_t kH4Event = 0x04;
+constexpr std::uint8_t kLeMetaEvent = 0x3E;
+constexpr std::uint8_t kVendorEvent = 0xFF;
 constexpr std::size_t kLongestLegacyData = 31;
 /// What the 255 bytes of an event leave for the data of one extended report.
 constexpr std::size_t kLongestFragment = 229;
@@ -43,17 +44,7 @@ void appendData(Bytes& bytes, std::span<const std::uint8_t> data) {
 }  // namespace
 
 BtSnoopWriter::BtSnoopWriter(std::string path, bool overwrites)
-    : name_(std::move(path)),
-      descriptor_(::open(
-          name_.c_str(),
-          O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | (overwrites ? O_TRUNC : O_EXCL), 0666)) {
-  if (descriptor_ < 0) {
-    if (errno == EEXIST) {
-      throw InputError(name_, "is there already; name another file, or give --force to replace it");
-    }
-    throw InputError(name_, std::string("cannot be written: ") + std::strerror(errno) +
-                                "; name a file that can");
-  }
+    : name_(std::move(path)), descriptor_(makeFile(name_, overwrites)) {
   records_.assign(BtSnoop::kMagic.begin(), BtSnoop::kMagic.end());
   appendBig(records_, std::uint32_t{1});
   appendBig(records_, std::uint32_t{BtSnoop::h4});
@@ -68,6 +59,11 @@ void BtSnoopWriter::write(const Advertisement& advertisement) {
   } else {
     addExtended(advertisement);
   }
+  put();
+}
+
+void BtSnoopWriter::writeMark(std::chrono::microseconds time) {
+  addPacket(time, {kH4Event, kVendorEvent, 0x00});
   put();
 }
 
@@ -105,20 +101,21 @@ void BtSnoopWriter::addExtended(const Advertisement& advertisement) {
 
 void BtSnoopWriter::addEvent(const Advertisement& advertisement, std::uint8_t subevent,
                              const Bytes& report) {
-  constexpr std::uint8_t kH4Event = 0x04;
-  constexpr std::uint8_t kLeMetaEvent = 0x3E;
-  constexpr std::uint32_t kReceivedEvent = 3;
   Bytes packet{kH4Event, kLeMetaEvent};
   packet.push_back(static_cast<std::uint8_t>(report.size() + 2));
   packet.insert(packet.end(), {subevent, 0x01});
   packet.insert(packet.end(), report.begin(), report.end());
+  addPacket(advertisement.time, packet);
+}
 
+void BtSnoopWriter::addPacket(std::chrono::microseconds time, const Bytes& packet) {
+  constexpr std::uint32_t kReceivedEvent = 3;
   const auto size = static_cast<std::uint32_t>(packet.size());
   appendBig(records_, size);
   appendBig(records_, size);
   appendBig(records_, kReceivedEvent);
   appendBig(records_, std::uint32_t{0});  // No packet was dropped.
-  appendBig(records_, static_cast<std::uint64_t>((advertisement.time + BtSnoop::kEpoch).count()));
+  appendBig(records_, static_cast<std::uint64_t>((time + BtSnoop::kEpoch).count()));
   records_.insert(records_.end(), packet.begin(), packet.end());
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -25,6 +26,10 @@ class BtSnoopWriter {
   /// std::system_error if it cannot be written; the file then ends with the record before it.
   void write(const Advertisement& advertisement);
 
+  /// Writes a record that says nothing, an empty vendor event. It gives the recording the time at
+  /// which it begins or ends, whether or not something was heard then. Throws as `write` does.
+  void writeMark(std::chrono::microseconds time);
+
   /// Flushes the file to the disk, so that it survives a loss of power.
   void sync();
 
@@ -36,6 +41,7 @@ class BtSnoopWriter {
   void addExtended(const Advertisement& advertisement);
   void addEvent(const Advertisement& advertisement, std::uint8_t subevent,
                 const std::vector<std::uint8_t>& report);
+  void addPacket(std::chrono::microseconds time, const std::vector<std::uint8_t>& packet);
   void put();
 
   std::string name_;

@@ -31,6 +31,8 @@ constexpr std::array kCommands = {
             nimbrel::simulateCommand},
     Command{"desk", "the same with steps as they come, for an application's tests",
             nimbrel::deskCommand},
+    Command{"convert", "a capture to a scenario, a scenario to a capture, or a part of either",
+            nimbrel::convertCommand},
 };
 
 constexpr std::string_view kExamples = R"(
@@ -41,6 +43,7 @@ examples:
   nimbrel scan                       the recording that comes with the program
   nimbrel scan walk.btsnoop --json --quiet | jq .
   nimbrel explain walk.btsnoop       why a beacon was not detected
+  nimbrel convert walk.btsnoop walk.jsonl --generic
   nimbrel simulate                   the scenario that comes with the program
 
 exit status: 0 it ended as asked, 1 it failed on the way, 2 the command line or the input could

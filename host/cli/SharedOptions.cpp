@@ -134,7 +134,8 @@ void RunOptions::addTo(CommandLine& line) {
   // As many as a process may have open files.
   constexpr std::size_t kMostCaptures = 1000;
   AirOptions::addTo(line, kMostCaptures);
-  addDuration(line, duration);
+  addSeconds(line, "--for", "stop after that much recorded time or, with --live, real time",
+             duration);
   addPhone(line, withholdsBeacons);
   line.addFlag("--utc", "times in UTC; left out: in the time zone of this machine", utc);
   line.addOption("--record", "FILE",
@@ -210,13 +211,11 @@ void addFilters(CommandLine& line, EncodableList& filters) {
                  [&filters](const std::string& value) { filters.push_back(parseFilter(value)); });
 }
 
-void addDuration(CommandLine& line, std::optional<MainQueue::Time>& duration) {
-  line.addOption("--for", "SECONDS",
-                 "stop after that much recorded time or, with --live, real time",
-                 [&duration](const std::string& value) {
-                   const double seconds = positiveNumber(value, "--for");
-                   duration = MainQueue::Time(std::llround(seconds * 1e6));
-                 });
+void addSeconds(CommandLine& line, const std::string& name, const std::string& help,
+                std::optional<MainQueue::Time>& time) {
+  line.addOption(name, "SECONDS", help, [name, &time](const std::string& value) {
+    time = MainQueue::Time(std::llround(positiveNumber(value, name) * 1e6));
+  });
 }
 
 void addForce(CommandLine& line, const std::string& owner, bool& force) {

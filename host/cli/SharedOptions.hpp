@@ -62,8 +62,9 @@ struct RunOptions : AirOptions {
 /// --filter: appends filter maps, as `startDetection` takes them.
 void addFilters(CommandLine& line, EncodableList& filters);
 
-/// --for: how much recorded (or real) time to run.
-void addDuration(CommandLine& line, std::optional<MainQueue::Time>& duration);
+/// An option `name` whose value is a time in seconds, above 0.
+void addSeconds(CommandLine& line, const std::string& name, const std::string& help,
+                std::optional<MainQueue::Time>& time);
 
 /// --phone: whether the phone keeps iBeacon frames from Bluetooth scans.
 void addPhone(CommandLine& line, bool& withholdsBeacons);

@@ -10,6 +10,7 @@
 #include "host/air/Capture.hpp"
 #include "host/base/InputError.hpp"
 #include "tests/host/air/Bytes.hpp"
+#include "tests/support/Conversions.hpp"
 
 namespace nimbrel {
 namespace {
@@ -60,7 +61,11 @@ class CaptureOf : public testing::Test {
   Heard heard(const Bytes& bytes) {
     content = bytes;
     capture = Capture::read(content, "walk", warn());
-    return heard(*capture);
+    const Heard lines = heard(*capture);
+    if (!lines.empty()) {
+      testing_support::expectFaithfulConversions(content);
+    }
+    return lines;
   }
   std::string refusal(const std::function<void()>& open) {
     try {

@@ -9,6 +9,7 @@
 
 #include "tests/host/air/Bytes.hpp"
 #include "tests/support/Command.hpp"
+#include "tests/support/Conversions.hpp"
 
 namespace nimbrel::testing_support {
 namespace {
@@ -44,6 +45,7 @@ class Scan : public ::testing::Test {
   /// Scans these records with --json --quiet and the options given.
   std::vector<Json> detections(const Bytes& records, std::vector<std::string> options = {}) {
     const TemporaryFile file(capture(records));
+    expectFaithfulConversions(btsnoop(1002, records));
     options.insert(options.begin(), {"scan", file.path(), "--json", "--quiet"});
     outcome = runCommand(options);
     EXPECT_EQ(outcome.status, 0) << outcome.errors;

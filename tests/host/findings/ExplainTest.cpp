@@ -5,6 +5,7 @@
 
 #include "tests/host/air/Bytes.hpp"
 #include "tests/support/Command.hpp"
+#include "tests/support/Conversions.hpp"
 
 namespace nimbrel::testing_support {
 namespace {
@@ -53,6 +54,7 @@ Bytes often(const Bytes& data, const std::vector<double>& times, int rssi) {
 
 Outcome runOver(const Bytes& records, std::vector<std::string> options, const char* command) {
   const Bytes bytes = btsnoop(1002, records);
+  expectFaithfulConversions(bytes);
   options.insert(options.begin(), {command, "-"});
   return runCommand(options, std::string(bytes.begin(), bytes.end()));
 }
