@@ -12,7 +12,8 @@ namespace nimbrel {
 /// so that no tree is built for it: values go straight from the channel into the text.
 void appendJson(std::string& out, const EncodableValue& value);
 
-/// Quoted and escaped. Bytes that are not valid UTF-8 become U+FFFD.
+/// Quoted and escaped; so are the control characters that JSON would allow (U+007F to U+009F), as a
+/// terminal may show the text. Bytes that are not valid UTF-8 become U+FFFD.
 void appendJson(std::string& out, std::string_view text);
 
 /// The shortest digits that read back as the same number, always with a point or an exponent; null
