@@ -2,7 +2,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <initializer_list>
 #include <memory>
 #include <optional>
 #include <span>
@@ -13,6 +12,7 @@
 
 #include "Classes/bluetooth/BeaconFrame.hpp"
 #include "Classes/model/BeaconFilter.hpp"
+#include "Classes/text/TextOf.hpp"
 #include "Classes/text/TransparentHash.hpp"
 #include "platform/CoreBluetooth.hpp"
 #include "platform/CoreLocation.hpp"
@@ -116,7 +116,8 @@ class NimbrelPlugin final : public FlutterPlugin,
   // bluetooth
 
   void startGenericBLEScanning();
-  void sendGenericBeaconData(const CBPeripheral& peripheral,
+  /// `identifier` is the text of the peripheral's identifier.
+  void sendGenericBeaconData(const CBPeripheral& peripheral, std::string_view identifier,
                              const CBAdvertisementData& advertisementData, double rssi);
   /// What the manufacturer data of one advertisement holds.
   struct DecodedAdvertisement {
@@ -137,8 +138,14 @@ class NimbrelPlugin final : public FlutterPlugin,
   /// The wall clock in milliseconds since 1970.
   [[nodiscard]] std::int64_t currentTimestamp() const;
 
-  /// Writes one diagnostic line, the joined `parts`.
-  void log(std::initializer_list<std::string_view> parts) const { platform.print(parts); }
+  /// Writes one diagnostic line: the texts, integers and UUIDs in `parts`, joined. Where there is
+  /// no console, none of them is made into text.
+  template <typename... Parts>
+  void log(const Parts&... parts) const {
+    if (platform.hasConsole()) {
+      platform.print({textOf(parts)...});
+    }
+  }
 
   Platform& platform;
 

@@ -37,6 +37,9 @@ class Platform {
   /// Queues `task` to run on the main thread, after the tasks queued before it. Returns at once.
   virtual void dispatchMainAsync(DispatchTask task) = 0;
 
+  /// Whether anybody reads what `print` writes. A line that nobody reads need not be made.
+  [[nodiscard]] virtual bool hasConsole() const = 0;
+
   /// Writes one diagnostic line to the standard output: `parts` joined, and a newline.
   virtual void print(std::initializer_list<std::string_view> parts) = 0;
 };

@@ -2,7 +2,6 @@
 #include <utility>
 
 #include "Classes/NimbrelPlugin.hpp"
-#include "Classes/text/Decimal.hpp"
 #include "Classes/text/UuidText.hpp"
 
 namespace nimbrel {
@@ -17,7 +16,7 @@ std::optional<std::string> NimbrelPlugin::searchMACPatternInDataSafe(
   for (std::size_t index = 0; index < kMacSize; ++index) {
     appendHexByte(mac.data() + index * 3, data[index]);
   }
-  log({"       - MAC candidate found in position 0: ", mac});
+  log("       - MAC candidate found in position 0: ", mac);
   return mac;
 }
 
@@ -26,44 +25,44 @@ NimbrelPlugin::DecodedAdvertisement NimbrelPlugin::decodeManufacturerData(
   DecodedAdvertisement decoded;
   if (auto mac = searchMACPatternInDataSafe(data)) {
     decoded.mac = std::move(*mac);
-    log({"   ✅ MAC extracted: ", decoded.mac});
+    log("   ✅ MAC extracted: ", decoded.mac);
   } else {
-    log({"   ⚠️  Could not extract MAC from manufacturer data"});
+    log("   ⚠️  Could not extract MAC from manufacturer data");
   }
 
-  log({"📊 Complete Manufacturer Data:"});
-  log({"   - Device: ", name.has_value() ? std::string_view(*name) : "Unknown"});
+  log("📊 Complete Manufacturer Data:");
+  log("   - Device: ", name.has_value() ? std::string_view(*name) : "Unknown");
   if (data.size() < 2) {
-    log({"   ❌ Insufficient data (< 2 bytes)"});
+    log("   ❌ Insufficient data (< 2 bytes)");
     return decoded;
   }
   const std::uint16_t company = frames::company(data);
   std::array<char, 4> companyText;
   appendHexByte(appendHexByte(companyText.data(), static_cast<std::uint8_t>(company >> 8U)),
                 static_cast<std::uint8_t>(company & 0xFFU));
-  log({"   - Company ID: 0x", {companyText.data(), companyText.size()}});
+  log("   - Company ID: 0x", std::string_view(companyText.data(), companyText.size()));
 
   if (company == frames::kAppleCompany && data.size() >= frames::kSize) {
-    log({"   🍎 Trying to parse as Apple iBeacon"});
+    log("   🍎 Trying to parse as Apple iBeacon");
     decoded.frame = frames::iBeacon(data);
     if (decoded.frame.has_value()) {
-      log({"   ✅ is a valid iBeacon"});
-      log({"   - UUID: ", UuidText(decoded.frame->uuid)});
-      log({"   - Major: ", Decimal(decoded.frame->major)});
-      log({"   - Minor: ", Decimal(decoded.frame->minor)});
+      log("   ✅ is a valid iBeacon");
+      log("   - UUID: ", decoded.frame->uuid);
+      log("   - Major: ", decoded.frame->major);
+      log("   - Minor: ", decoded.frame->minor);
       // The power is a whole number of dBm, shown as the floating-point number that it becomes.
-      log({"   - TX Power: ", Decimal(decoded.frame->measuredPower), ".0"});
+      log("   - TX Power: ", decoded.frame->measuredPower, ".0");
       return decoded;
     }
   } else if (company == frames::kAltBeaconCompany && data.size() >= frames::kSize) {
-    log({"   🔵 Trying to parse as AltBeacon"});
+    log("   🔵 Trying to parse as AltBeacon");
     decoded.frame = frames::altBeacon(data);
     if (decoded.frame.has_value()) {
-      log({"   ✅ It is a valid AltBeacon"});
+      log("   ✅ It is a valid AltBeacon");
       return decoded;
     }
   }
-  log({"   ❌ No known format could be parsed"});
+  log("   ❌ No known format could be parsed");
   return decoded;
 }
 

@@ -24,11 +24,11 @@ void NimbrelPlugin::centralManagerDidDiscover(CBCentralManager& /*central*/,
   if (!currentBeaconFilters.empty()) {
     return;
   }
-  const UuidText key(peripheral.identifier);
+  const UuidText identifier(peripheral.identifier);
   const double now = platform.timeIntervalSince1970();
-  const auto last = lastBeaconDetections.find(std::string_view(key));
+  const auto last = lastBeaconDetections.find(std::string_view(identifier));
   if (last == lastBeaconDetections.end()) {
-    lastBeaconDetections.emplace(std::string_view(key), Detection{now, rssi});
+    lastBeaconDetections.emplace(std::string_view(identifier), Detection{now, rssi});
   } else if (now - last->second.timestamp < minimumUpdateInterval &&
              std::abs(rssi - last->second.rssi) < rssiThreshold) {
     return;
@@ -36,16 +36,16 @@ void NimbrelPlugin::centralManagerDidDiscover(CBCentralManager& /*central*/,
     last->second = {now, rssi};
   }
   if (isAdmitted(peripheral, advertisementData)) {
-    sendGenericBeaconData(peripheral, advertisementData, rssi);
+    sendGenericBeaconData(peripheral, identifier, advertisementData, rssi);
   }
 }
 
 void NimbrelPlugin::sendGenericBeaconData(const CBPeripheral& peripheral,
+                                          std::string_view identifier,
                                           const CBAdvertisementData& advertisementData,
                                           double rssi) {
   DetectionEvent event;
   event.ts = currentTimestamp();
-  const UuidText identifier(peripheral.identifier);
   DecodedAdvertisement decoded;
   if (const auto* bytes = manufacturerBytes(advertisementData)) {
     decoded = decodeManufacturerData(*bytes, peripheral.name);
@@ -57,7 +57,7 @@ void NimbrelPlugin::sendGenericBeaconData(const CBPeripheral& peripheral,
     event.txPower = decoded.frame->measuredPower;
   } else {
     event.uuid = identifier;
-    log({"Using iOS peripheral UUID: ", identifier});
+    log("Using iOS peripheral UUID: ", identifier);
   }
   event.identifier = identifier;
   event.name = peripheral.name.value_or("");

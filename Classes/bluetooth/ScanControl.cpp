@@ -26,16 +26,16 @@ std::string_view lineFor(CBManagerState state) {
 
 void NimbrelPlugin::startGenericBLEScanning() {
   if (bluetoothManager == nullptr || bluetoothManager->state() != CBManagerState::poweredOn) {
-    log({"Bluetooth is not available for generic scanning"});
+    log("Bluetooth is not available for generic scanning");
     return;
   }
-  log({"Starting generic BLE scan to detect all beacons"});
+  log("Starting generic BLE scan to detect all beacons");
   bluetoothManager->scanForPeripherals(std::nullopt, {.allowDuplicates = false});
 }
 
 void NimbrelPlugin::centralManagerDidUpdateState(CBCentralManager& central) {
   const CBManagerState state = central.state();
-  log({lineFor(state)});
+  log(lineFor(state));
   if (state == CBManagerState::poweredOn && isScanning) {
     startGenericBLEScanning();
   }

@@ -2,7 +2,6 @@
 
 #include "Classes/NimbrelPlugin.hpp"
 #include "Classes/model/EncodableAccess.hpp"
-#include "Classes/text/Decimal.hpp"
 
 namespace nimbrel {
 
@@ -52,12 +51,12 @@ void NimbrelPlugin::handleStartDetection(const FlutterMethodCall& call,
   for (const EncodableMap* map : filterMaps(call.arguments)) {
     if (auto filter = BeaconFilter::from(*map)) {
       currentBeaconFilters.push_back(std::move(*filter));
-      log({currentBeaconFilters.back().description("📍 Added filter: ")});
+      log(currentBeaconFilters.back().description("📍 Added filter: "));
     }
   }
-  log({"🎯 Starting detection with ", Decimal(currentBeaconFilters.size()), " filters"});
+  log("🎯 Starting detection with ", currentBeaconFilters.size(), " filters");
   for (const BeaconFilter& filter : currentBeaconFilters) {
-    log({filter.description("   - ")});
+    log(filter.description("   - "));
   }
   startDetection(result);
 }

@@ -3,7 +3,6 @@
 
 #include "Classes/NimbrelPlugin.hpp"
 #include "Classes/model/DetectionEvent.hpp"
-#include "Classes/text/Decimal.hpp"
 #include "Classes/text/UuidText.hpp"
 
 namespace nimbrel {
@@ -25,11 +24,10 @@ void NimbrelPlugin::sendBeaconData(const CLBeacon& beacon, const CLBeaconRegion&
       currentBeaconFilters.begin(), currentBeaconFilters.end(),
       [&](const auto& each) { return each.accepts(uuid, beacon.major, beacon.minor); });
   if (filter == currentBeaconFilters.end()) {
-    log({"🚫 Beacon UUID=", uuid.substr(0, 8), "..., Major=", Decimal(beacon.major),
-         ", Minor=", Decimal(beacon.minor)});
+    log("🚫 Beacon UUID=", uuid.substr(0, 8), "..., Major=", beacon.major, ", Minor=", beacon.minor);
     return;
   }
-  log({filter->fullDescription("✅ Beacon matches filter: ")});
+  log(filter->fullDescription("✅ Beacon matches filter: "));
 
   // Unlike in the region set-up, an empty label counts as a label here.
   event.identifier = filter->identifier().value_or(region.identifier);

@@ -18,7 +18,7 @@ void NimbrelPlugin::locationManagerDidExitRegion(CLLocationManager& manager,
 
 void NimbrelPlugin::locationManagerDidFailWithError(CLLocationManager& /*manager*/,
                                                     const NSError& error) {
-  log({"Location manager failed with error: ", error.localizedDescription});
+  log("Location manager failed with error: ", error.localizedDescription);
 }
 
 void NimbrelPlugin::locationManagerMonitoringDidFailFor(CLLocationManager& /*manager*/,
@@ -26,14 +26,14 @@ void NimbrelPlugin::locationManagerMonitoringDidFailFor(CLLocationManager& /*man
                                                         const NSError& error) {
   const std::string_view identifier =
       region != nullptr ? std::string_view(region->identifier) : "unknown";
-  log({"Monitoring failed for region: ", identifier, " with error: ", error.localizedDescription});
+  log("Monitoring failed for region: ", identifier, " with error: ", error.localizedDescription);
 }
 
 void NimbrelPlugin::locationManagerRangingBeaconsDidFailFor(CLLocationManager& /*manager*/,
                                                             const CLBeaconRegion& region,
                                                             const NSError& error) {
-  log({"Ranging failed for region: ", region.identifier,
-       " with error: ", error.localizedDescription});
+  log("Ranging failed for region: ", region.identifier,
+      " with error: ", error.localizedDescription);
 }
 
 }  // namespace nimbrel

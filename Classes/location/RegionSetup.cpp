@@ -81,14 +81,14 @@ std::vector<CLBeaconRegion> makeRegions(const std::vector<FilterGroup>& groups,
 
 void NimbrelPlugin::startBeaconMonitoring() {
   if (locationManager == nullptr || currentBeaconFilters.empty()) {
-    log({"There are no UUIDs to monitor iBeacons"});
+    log("There are no UUIDs to monitor iBeacons");
     return;
   }
   const std::vector<FilterGroup> groups = groupByUuid(currentBeaconFilters);
-  log({"🍎 Setting up monitoring for ", Decimal(groups.size()), " Unique UUIDs"});
+  log("🍎 Setting up monitoring for ", groups.size(), " Unique UUIDs");
   const std::vector<CLBeaconRegion> regions = makeRegions(groups, platform);
   if (regions.empty()) {
-    log({"No valid beacon regions could be created"});
+    log("No valid beacon regions could be created");
     return;
   }
   for (const CLBeaconRegion& region : regions) {
@@ -98,7 +98,7 @@ void NimbrelPlugin::startBeaconMonitoring() {
       locationManager->startRangingBeaconsIn(region);
     }
   }
-  log({"Started monitoring of ", Decimal(regions.size()), " beacon regions"});
+  log("Started monitoring of ", regions.size(), " beacon regions");
 }
 
 }  // namespace nimbrel

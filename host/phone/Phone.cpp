@@ -90,9 +90,6 @@ double Phone::timeIntervalSince1970() const {
 void Phone::dispatchMainAsync(DispatchTask task) { queue_.async(std::move(task)); }
 
 void Phone::print(std::initializer_list<std::string_view> parts) {
-  if (!hasConsole_) {
-    return;
-  }
   line_.clear();
   for (const std::string_view part : parts) {
     line_.append(part);

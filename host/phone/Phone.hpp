@@ -79,6 +79,7 @@ class Phone final : public Platform {
   [[nodiscard]] OperatingSystemVersion systemVersion() const override;
   [[nodiscard]] double timeIntervalSince1970() const override;
   void dispatchMainAsync(DispatchTask task) override;
+  [[nodiscard]] bool hasConsole() const override { return hasConsole_; }
   void print(std::initializer_list<std::string_view> parts) override;
 
  private:

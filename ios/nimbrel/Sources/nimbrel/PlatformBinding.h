@@ -19,6 +19,7 @@ class PlatformBinding final : public Platform {
   [[nodiscard]] OperatingSystemVersion systemVersion() const override;
   [[nodiscard]] double timeIntervalSince1970() const override;
   void dispatchMainAsync(DispatchTask task) override;
+  [[nodiscard]] bool hasConsole() const override { return true; }
   void print(std::initializer_list<std::string_view> parts) override;
 
  private:
