@@ -130,7 +130,9 @@ void ScanSession::countForFilter(const EncodableMap& event) {
 void ScanSession::received(const EncodableValue& event) {
   ++detections_;
   const auto& map = std::get<EncodableMap>(event);
-  countForFilter(map);
+  if (!filters_.empty()) {
+    countForFilter(map);
+  }
   if (table_.has_value()) {
     table_->take(map);
     return;
