@@ -10,6 +10,9 @@
 namespace nimbrel {
 
 void Output::flush() {
+  if (descriptor_ == kInMemory) {
+    return;
+  }
   std::string_view rest = buffer_;
   if (!rest.empty() && beforeWriting_) {
     beforeWriting_();

@@ -17,6 +17,9 @@ struct TerminalSize {
 /// A stream to an open file descriptor, written in large pieces.
 class Output {
  public:
+  /// In place of a descriptor: everything stays in the buffer.
+  static constexpr int kInMemory = -1;
+
   /// `beforeWriting` is called before each piece, for code that shares the terminal.
   explicit Output(int descriptor, std::function<void()> beforeWriting = nullptr)
       : descriptor_(descriptor), beforeWriting_(std::move(beforeWriting)) {}

@@ -16,6 +16,7 @@
 #include "host/cli/Commands.hpp"
 #include "host/scenario/Scenario.hpp"
 #include "host/scenario/Simulation.hpp"
+#include "host/scenario/TranscriptDifference.hpp"
 
 namespace nimbrel {
 
@@ -24,7 +25,7 @@ namespace {
 constexpr std::string_view kIntroduction =
     R"(nimbrel simulate: play an application, a phone and the air
 
-usage: nimbrel simulate [SCENARIO]
+usage: nimbrel simulate [SCENARIO] [options]
 
 Plays SCENARIO in virtual time and prints its transcript: what the plug-in logs, what it asks of
 the phone, what it replies and the detection events that it sends. Both are JSON Lines. With '-'
@@ -93,7 +94,8 @@ one of "log", "request", "reply" (with "call", the number of the call, and "valu
 
 examples:
   nimbrel simulate
-  nimbrel simulate lobby.jsonl > lobby.transcript.jsonl
+  nimbrel simulate lobby.jsonl > lobby.expected.jsonl
+  nimbrel simulate lobby.jsonl --expect lobby.expected.jsonl
   echo '{"call": "checkPermissionStatus"}' | nimbrel simulate -
   nimbrel simulate lobby.jsonl | jq -c 'select(.event) | .event.identifier'
 )";
@@ -113,9 +115,26 @@ std::string readFile(const std::string& path) {
   }
   if (!file || file.bad()) {
     throw InputError(
-        path, std::string(std::strerror(errno)) + "; name a scenario that exists and may be read");
+        path, std::string(std::strerror(errno)) + "; name a file that exists and may be read");
   }
   return text;
+}
+
+std::string readText(const std::string& path) {
+  return path == "-" ? readAll(std::cin) : readFile(path);
+}
+
+/// Plays the scenario and prints how its transcript differs from the one in the file. Returns the
+/// exit status.
+int compare(const Scenario& scenario, const std::string& file) {
+  const std::string expected = readText(file);
+  Output transcript(Output::kInMemory);
+  playScenario(scenario, transcript);
+  const std::string differences = transcriptDifferences(expected, transcript.buffer(), file);
+  Output output(STDOUT_FILENO);
+  output.buffer().append(differences);
+  output.flush();
+  return differences.empty() ? 0 : 1;
 }
 
 }  // namespace
@@ -123,17 +142,28 @@ std::string readFile(const std::string& path) {
 int simulateCommand(int count, const char* const* arguments) {
   std::optional<std::string> path;
   CommandLine line("simulate", kIntroduction, kNotes);
+  std::optional<std::string> expected;
   line.addArgument("scenario", path);
+  line.addOption(
+      "--expect", "TRANSCRIPT",
+      "compare with that transcript, show the first differences instead of the\n"
+      "transcript, and exit with status 1 if there are any. Numbers of events that have\n"
+      "a point may differ by a hundred-thousandth.",
+      expected);
   if (!line.parse(count, arguments)) {
     std::cout << line.help() << std::flush;
     return 0;
+  }
+
+  if (path == "-" && expected == "-") {
+    throw UsageError("the standard input is either the scenario or --expect; name a file for one");
   }
 
   Scenario scenario;
   if (!path.has_value()) {
     scenario = Scenario::parse(bundledScenario(), "the bundled scenario");
   } else {
-    const std::string text = *path == "-" ? readAll(std::cin) : readFile(*path);
+    const std::string text = readText(*path);
     try {
       scenario = Scenario::parse(text, *path);
     } catch (const InputError& error) {
@@ -141,6 +171,9 @@ int simulateCommand(int count, const char* const* arguments) {
       std::cerr << error.what() << '\n';
       return 2;
     }
+  }
+  if (expected.has_value()) {
+    return compare(scenario, *expected);
   }
   Output output(STDOUT_FILENO);
   playScenario(scenario, output);

@@ -24,12 +24,6 @@ std::string written(const std::function<void(Output&)>& write);
 std::string transcriptDifference(const std::string& name,
                                  const PluginAttachment& attach = attachPlugin);
 
-/// Compares two transcripts line by line as JSON; `file` names the expected one in the result. In
-/// events, integers and floating-point numbers are different, and floating-point numbers are equal
-/// within a hundred-thousandth. All other numbers must be the same.
-std::string firstDifference(const std::string& expected, const std::string& actual,
-                            std::string_view file);
-
 /// A scenario's name as the name of a test: letters, digits and underscores.
 std::string testName(std::string name);
 

@@ -192,6 +192,9 @@ TEST(BadInput, IsRefusedWithOneLineAndNothingOnTheOutput) {
       {{"scan", serial.path()}, "nimbrel: " + serial.path() + ": "},
       {{"simulate", "/nowhere/a.jsonl"}, "nimbrel: /nowhere/a.jsonl: "},
       {{"simulate", "/"}, "nimbrel: /: is a directory"},
+      {{"simulate", play.path(), "--expect", "/nowhere"}, play.path() + ":1: "},
+      {{"simulate", "--expect", "/nowhere"}, "nimbrel: /nowhere: No such file"},
+      {{"simulate", "-", "--expect", "-"}, "nimbrel: the standard input is either the scenario"},
       {{"help", "fly"}, "nimbrel: unknown command 'fly'; the commands are scan, "},
       {{"scan", "--speed", "fast"}, "nimbrel: --speed 'fast' is not a number above 0"},
       {{"scan", "-"}, "nimbrel: -: is empty"},
@@ -213,6 +216,19 @@ TEST(Command, PlaysAScenarioFromTheStandardInput) {
             "{\"at\":0.0,\"log\":\"✅ Bluetooth is on and ready\"}\n"
             "{\"at\":0.0,\"reply\":\"checkPermissionStatus\",\"call\":1,"
             "\"value\":\"AUTHORIZED\"}\n");
+}
+
+TEST(Command, ComparesATranscriptWithTheOneThatIsExpected) {
+  const TemporaryFile play("{\"call\": \"checkPermissionStatus\"}\n");
+  const std::string transcript = runCommand({"simulate", play.path()}).output;
+  const TemporaryFile expected(transcript);
+  const std::vector<std::string> line{"simulate", play.path(), "--expect"};
+  const Outcome same = runCommand({line[0], line[1], line[2], expected.path()});
+  EXPECT_EQ(same.status, 0) << same.errors;
+  EXPECT_EQ(same.output, "");
+  const Outcome other = runCommand({line[0], line[1], line[2], "-"}, "{\"at\": 7}\n" + transcript);
+  EXPECT_EQ(other.status, 1);
+  EXPECT_EQ(other.output.find("-:1: the transcript differs\n  expected: {\"at\": 7}\n"), 0U);
 }
 
 TEST(Command, ScansACaptureFromTheStandardInput) {
