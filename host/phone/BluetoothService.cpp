@@ -65,6 +65,7 @@ std::unique_ptr<CBCentralManager> BluetoothService::makeManager(
 
 void BluetoothService::changeState(CBManagerState state) {
   state_ = state;
+  observer_.bluetoothChanged(state);
   notifyDelegates(managers_, [](auto& delegate, auto& manager) {
     delegate.centralManagerDidUpdateState(manager);
   });

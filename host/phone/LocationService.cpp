@@ -85,6 +85,7 @@ std::unique_ptr<CLLocationManager> LocationService::makeManager() {
 void LocationService::changeAuthorization(CLAuthorizationStatus status) {
   authorization_ = status;
   classAuthorization_ = status;
+  observer_.authorizationChanged(status);
   notifyDelegates(managers_, [status](auto& delegate, auto& manager) {
     delegate.locationManagerDidChangeAuthorization(manager, status);
   });
@@ -109,12 +110,14 @@ void LocationService::requestAuthorization() {
 }
 
 void LocationService::reportEntry(const CLRegion& region) {
+  observer_.crossed(region, true);
   notifyDelegates(managers_, [&](auto& delegate, auto& manager) {
     delegate.locationManagerDidEnterRegion(manager, region);
   });
 }
 
 void LocationService::reportExit(const CLRegion& region) {
+  observer_.crossed(region, false);
   notifyDelegates(managers_, [&](auto& delegate, auto& manager) {
     delegate.locationManagerDidExitRegion(manager, region);
   });
@@ -134,6 +137,7 @@ void LocationService::reportFailure(const NSError& error) {
 }
 
 void LocationService::reportMonitoringFailure(const CLRegion* region, const NSError& error) {
+  observer_.monitoringFailed(region);
   notifyDelegates(managers_, [&](auto& delegate, auto& manager) {
     delegate.locationManagerMonitoringDidFailFor(manager, region, error);
   });

@@ -57,6 +57,7 @@ class LocationService {
   [[nodiscard]] CLBeaconRegion regionNamed(const std::string& identifier) const;
   /// Monitors a region that is no beacon region, as another part of an application may.
   void monitorForeignRegion(const std::string& identifier) { monitoring_.startForeign(identifier); }
+  [[nodiscard]] CLAuthorizationStatus authorization() const { return authorization_; }
   /// Whether the permission allows the application to monitor and range beacons.
   [[nodiscard]] bool isPermitted() const {
     return authorization_ == CLAuthorizationStatus::authorizedAlways ||

@@ -50,6 +50,16 @@ class PhoneObserver {
   virtual void logged(std::string_view line) = 0;
   virtual void requested(const Request& request) = 0;
 
+  /// The user or the phone changes the permission or the state of Bluetooth. The plug-in is told
+  /// next.
+  virtual void authorizationChanged(CLAuthorizationStatus /*status*/) {}
+  virtual void bluetoothChanged(CBManagerState /*state*/) {}
+  /// The device enters or leaves a monitored region. The plug-in is told next.
+  virtual void crossed(const CLRegion& /*region*/, bool /*isInside*/) {}
+  /// A region cannot be monitored; null if the service does not say which. The plug-in is told
+  /// next.
+  virtual void monitoringFailed(const CLRegion* /*region*/) {}
+
   /// A scan discovers a device. The plug-in is told next.
   virtual void discovered(const CBPeripheral& /*peripheral*/, const CBAdvertisementData& /*data*/) {
   }
