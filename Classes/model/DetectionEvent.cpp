@@ -52,10 +52,10 @@ CLProximity proximityOf(double distance) {
   if (distance < 0.0) {
     return CLProximity::unknown;
   }
-  if (distance < 0.5) {
+  if (distance < kNearFrom) {
     return CLProximity::immediate;
   }
-  return distance < 4.0 ? CLProximity::near : CLProximity::far;
+  return distance < kFarFrom ? CLProximity::near : CLProximity::far;
 }
 
 std::string_view proximityWord(double distance) { return proximityWord(proximityOf(distance)); }

@@ -37,6 +37,10 @@ std::int64_t timestampFrom(double secondsSince1970);
 /// The word for a proximity class: "immediate", "near", "far" or, for every other value, "unknown".
 std::string_view proximityWord(CLProximity proximity);
 
+/// The distances in metres at which the classes near and far begin; what is nearer is immediate.
+inline constexpr double kNearFrom = 0.5;
+inline constexpr double kFarFrom = 4.0;
+
 /// The proximity class of a distance in metres. A negative one is unknown, not a number is far.
 CLProximity proximityOf(double distance);
 

@@ -2,19 +2,26 @@
 
 #include <array>
 #include <cstdio>
-#include <ctime>
 
 namespace nimbrel {
 
-std::string WallClock::formatted(const char* format, Reading reading) const {
+std::optional<std::tm> WallClock::calendar(Reading reading) const {
   const auto seconds =
       static_cast<std::time_t>(std::chrono::floor<std::chrono::seconds>(reading).count());
   std::tm parts{};
   if ((isUtc_ ? gmtime_r(&seconds, &parts) : localtime_r(&seconds, &parts)) == nullptr) {
+    return std::nullopt;
+  }
+  return parts;
+}
+
+std::string WallClock::formatted(const char* format, Reading reading) const {
+  const std::optional<std::tm> parts = calendar(reading);
+  if (!parts.has_value()) {
     return {};
   }
   std::array<char, 80> text{};
-  return {text.data(), std::strftime(text.data(), text.size(), format, &parts)};
+  return {text.data(), std::strftime(text.data(), text.size(), format, &*parts)};
 }
 
 std::string WallClock::time(Reading reading) const {
@@ -30,6 +37,15 @@ std::string WallClock::date(Reading reading) const { return formatted("%F", read
 
 std::string WallClock::dateAndTime(Reading reading) const {
   return date(reading) + " " + time(reading);
+}
+
+std::string WallClock::zone(Reading reading) const {
+  return isUtc_ ? "UTC" : formatted("%Z", reading);
+}
+
+std::chrono::seconds WallClock::offset(Reading reading) const {
+  const std::optional<std::tm> parts = calendar(reading);
+  return std::chrono::seconds(parts.has_value() ? parts->tm_gmtoff : 0);
 }
 
 }  // namespace nimbrel

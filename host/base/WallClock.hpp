@@ -1,6 +1,8 @@
 #pragma once
 
 #include <chrono>
+#include <ctime>
+#include <optional>
 #include <string>
 
 namespace nimbrel {
@@ -20,7 +22,13 @@ class WallClock {
   /// "2023-11-14 22:13:20.987"
   [[nodiscard]] std::string dateAndTime(Reading reading) const;
 
+  /// "CET", "UTC"
+  [[nodiscard]] std::string zone(Reading reading) const;
+  /// How far the zone is ahead of UTC; 0 for a reading that no calendar holds.
+  [[nodiscard]] std::chrono::seconds offset(Reading reading) const;
+
  private:
+  [[nodiscard]] std::optional<std::tm> calendar(Reading reading) const;
   [[nodiscard]] std::string formatted(const char* format, Reading reading) const;
 
   bool isUtc_;
