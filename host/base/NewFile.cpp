@@ -5,8 +5,6 @@
 #include <cerrno>
 #include <cstring>
 
-#include "host/base/InputError.hpp"
-
 namespace nimbrel {
 
 int makeFile(const std::string& path, bool overwrites) {
@@ -16,11 +14,16 @@ int makeFile(const std::string& path, bool overwrites) {
   if (descriptor >= 0) {
     return descriptor;
   }
-  if (errno == EEXIST) {
-    throw InputError(path, "is there already; name another file, or give --force to replace it");
-  }
-  throw InputError(
-      path, std::string("cannot be written: ") + std::strerror(errno) + "; name a file that can");
+  throw errno == EEXIST ? fileExists(path) : fileNotMade(path);
+}
+
+InputError fileExists(const std::string& path) {
+  return {path, "is there already; name another file, or give --force to replace it"};
+}
+
+InputError fileNotMade(const std::string& path) {
+  return {path,
+          std::string("cannot be written: ") + std::strerror(errno) + "; name a file that can"};
 }
 
 }  // namespace nimbrel

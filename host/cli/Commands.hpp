@@ -7,6 +7,7 @@ namespace nimbrel {
 
 int scanCommand(int count, const char* const* arguments);
 int explainCommand(int count, const char* const* arguments);
+int reportCommand(int count, const char* const* arguments);
 int convertCommand(int count, const char* const* arguments);
 int deskCommand(int count, const char* const* arguments);
 int simulateCommand(int count, const char* const* arguments);

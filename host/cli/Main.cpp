@@ -27,6 +27,8 @@ constexpr std::array kCommands = {
     Command{"scan", "detect the beacons in a Bluetooth capture, or live", nimbrel::scanCommand},
     Command{"explain", "say of every device what became of its advertisements, and why",
             nimbrel::explainCommand},
+    Command{"report", "the same as a page to look at: signal, distance and events over time",
+            nimbrel::reportCommand},
     Command{"simulate", "play an application, a phone and the air around the plug-in",
             nimbrel::simulateCommand},
     Command{"desk", "the same with steps as they come, for an application's tests",
@@ -43,6 +45,7 @@ examples:
   nimbrel scan                       the recording that comes with the program
   nimbrel scan walk.btsnoop --json --quiet | jq .
   nimbrel explain walk.btsnoop       why a beacon was not detected
+  nimbrel report -o walk.html        a page that shows it
   nimbrel convert walk.btsnoop walk.jsonl --generic
   nimbrel simulate                   the scenario that comes with the program
 

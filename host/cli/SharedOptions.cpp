@@ -130,7 +130,7 @@ void AirOptions::checkTogether() const {
   }
 }
 
-void RunOptions::addTo(CommandLine& line) {
+void RunOptions::addTo(CommandLine& line, const std::string& written) {
   // As many as a process may have open files.
   constexpr std::size_t kMostCaptures = 1000;
   AirOptions::addTo(line, kMostCaptures);
@@ -141,7 +141,7 @@ void RunOptions::addTo(CommandLine& line) {
   line.addOption("--record", "FILE",
                  "with --live: write what is heard to a btsnoop file, to be scanned later",
                  recording);
-  addForce(line, "--record", force);
+  addForce(line, written, force);
   line.addOption(
       "--record-rotate", "LIMIT",
       "with --record: go on in a new file (today.2.btsnoop after today.btsnoop) at a size\n"
@@ -149,12 +149,12 @@ void RunOptions::addTo(CommandLine& line) {
       [this](const std::string& value) { rotation = Rotation::parse(value); });
 }
 
-void RunOptions::checkTogether() const {
+void RunOptions::checkTogether(bool writesFile) const {
   AirOptions::checkTogether();
   if (!live && recording.has_value()) {
     throw UsageError("--record is for listening live; give --live, too");
   }
-  if (force && !recording.has_value()) {
+  if (force && !recording.has_value() && !writesFile) {
     throw UsageError("--force is about the file of a recording; give --record FILE, too");
   }
   if ((rotation.bytes || rotation.age) && !recording.has_value()) {

@@ -46,10 +46,12 @@ struct RunOptions : AirOptions {
   bool utc = false;
 
   /// Those of AirOptions, --for, --phone, --utc, --record, --force and --record-rotate. --filter is
-  /// added apart, as it comes first in the help.
-  void addTo(CommandLine& line);
-  /// Refuses options that do not go together. Throws UsageError.
-  void checkTogether() const;
+  /// added apart, as it comes first in the help. `written` names the options whose files --force
+  /// replaces.
+  void addTo(CommandLine& line, const std::string& written = "--record");
+  /// Refuses options that do not go together; `writesFile` says whether there is a file that
+  /// --force may be about besides the recording. Throws UsageError.
+  void checkTogether(bool writesFile = false) const;
 
   [[nodiscard]] Phone::Setup phone() const;
   /// The part of a command line that makes another command run the same, each word behind a blank

@@ -1,61 +1,20 @@
 #include "host/findings/FindingsJson.hpp"
 
+#include <algorithm>
 #include <cstdint>
+#include <span>
 #include <string_view>
-#include <vector>
 
 #include "Classes/text/UuidText.hpp"
 #include "host/air/AddressText.hpp"
 #include "host/base/JsonText.hpp"
+#include "host/findings/JsonMembers.hpp"
 #include "host/findings/Reasons.hpp"
 #include "host/phone/BluetoothService.hpp"
 
 namespace nimbrel {
 
 namespace {
-
-/// Writes the members of one JSON object, which ends with the writer. Text goes straight to the
-/// output: a recording may hold a hundred thousand devices.
-class Members {
- public:
-  explicit Members(std::string& out) : out_(out) { out_.push_back('{'); }
-  Members(const Members&) = delete;
-  Members& operator=(const Members&) = delete;
-  ~Members() { out_.push_back('}'); }
-
-  /// The place for the value of the next member. Keys need no escaping.
-  std::string& value(std::string_view key) {
-    out_.append(isFirst_ ? "\"" : ",\"").append(key).append("\":");
-    isFirst_ = false;
-    return out_;
-  }
-
-  void text(std::string_view key, std::string_view text) { appendJson(value(key), text); }
-  void null(std::string_view key) { value(key).append("null"); }
-  void number(std::string_view key, std::int64_t number) { appendJson(value(key), number); }
-  void count(std::string_view key, std::uint64_t count) {
-    number(key, static_cast<std::int64_t>(count));
-  }
-
-  /// An array, whose elements `append(element)` appends.
-  template <typename Elements, typename Append>
-  void array(std::string_view key, const Elements& elements, const Append& append) {
-    value(key).push_back('[');
-    bool isFirst = true;
-    for (const auto& element : elements) {
-      if (!isFirst) {
-        out_.push_back(',');
-      }
-      isFirst = false;
-      append(element);
-    }
-    out_.push_back(']');
-  }
-
- private:
-  std::string& out_;
-  bool isFirst_ = true;
-};
 
 std::int64_t milliseconds(std::chrono::microseconds reading) {
   return std::chrono::floor<std::chrono::milliseconds>(reading).count();
@@ -142,10 +101,10 @@ void appendDeviceJson(std::string& out, const Findings& findings, const FoundDev
   members.array("iphone", onIPhone(findings, device), appendText);
 }
 
-void appendRunJson(std::string& out, const Findings& findings) {
+void addRun(Members& object, const Findings& findings, std::size_t beaconsAtMost) {
+  std::string& out = object.value("run");
   const auto appendText = [&out](std::string_view text) { appendJson(out, text); };
-  Members line(out);
-  Members run(line.value("run"));
+  Members run(out);
   run.text("mode", findings.isGeneric() ? "generic" : "filter");
   run.count("advertisements", findings.advertisements());
   run.count("devices", findings.devices().size());
@@ -156,21 +115,28 @@ void appendRunJson(std::string& out, const Findings& findings) {
     filter.text("filter", filterText(each.map));
     filter.count("events", each.events);
   });
-  run.array("beacons", findings.beacons(), [&out](const FoundBeacon& each) {
-    Members beacon(out);
-    addIdentity(beacon, each.identity);
-    if (each.identifier.has_value()) {
-      beacon.text("identifier", *each.identifier);
-    } else {
-      beacon.null("identifier");
-    }
-    beacon.count("devices", each.devices);
-    beacon.count("heard", each.heard);
-    beacon.count("events", each.events);
-    beacon.count("silent", each.silent);
-  });
+  const std::size_t beacons = std::min(beaconsAtMost, findings.beacons().size());
+  run.array("beacons", std::span(findings.beacons()).first(beacons),
+            [&out](const FoundBeacon& each) {
+              Members beacon(out);
+              addIdentity(beacon, each.identity);
+              if (each.identifier.has_value()) {
+                beacon.text("identifier", *each.identifier);
+              } else {
+                beacon.null("identifier");
+              }
+              beacon.count("devices", each.devices);
+              beacon.count("heard", each.heard);
+              beacon.count("events", each.events);
+              beacon.count("silent", each.silent);
+            });
   // Readings of the clock are in UTC here, as the milliseconds are.
   run.array("why", reasonsForRun(findings, WallClock(true)), appendText);
+}
+
+void appendRunJson(std::string& out, const Findings& findings) {
+  Members line(out);
+  addRun(line, findings);
 }
 
 }  // namespace nimbrel

@@ -3,45 +3,13 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "tests/host/air/Bytes.hpp"
-#include "tests/support/Command.hpp"
+#include "tests/host/findings/Reports.hpp"
 #include "tests/support/Conversions.hpp"
 
 namespace nimbrel::testing_support {
 namespace {
 
 using Json = nlohmann::json;
-
-constexpr const char* kUuid = "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0";
-constexpr const char* kUuidDigits = "E2C56DB5DFFB48D2B060D0F5A71096E0";
-constexpr const char* kOther = "00000000-0000-0000-0000-000000000001";
-constexpr const char* kOtherDigits = "00000000000000000000000000000001";
-constexpr const char* kScanResponse = "04";
-
-/// Seconds since 2023-11-14 22:13:20 as a btsnoop time stamp.
-std::uint64_t stamp(double seconds) {
-  return 0x00DCDDB30F2F8000U +
-         static_cast<std::uint64_t>(static_cast<std::int64_t>((1'700'000'000 + seconds) * 1e6));
-}
-
-/// A report of the device C6:55:44:33:22:`last`.
-Bytes report(double seconds, const char* last, const Bytes& data, int rssi = -60,
-             const char* kind = "00") {
-  return btsnoopRecord(
-      3, stamp(seconds),
-      hex("04") + event(hex("02 01") + hex(kind) + hex("01") + hex(last) + hex("22334455C6") +
-                        withLength(data) + Bytes{static_cast<std::uint8_t>(rssi)}));
-}
-
-Bytes maker(const std::string& digits) { return withLength(hex("FF") + hex(digits)); }
-Bytes named(std::string_view name) { return withLength(hex("09") + text(name)); }
-/// `numbers` are the digits of major and minor.
-Bytes iBeacon(const std::string& numbers, const std::string& uuid = kUuidDigits) {
-  return maker("4C000215" + uuid + numbers + "C5");
-}
-Bytes altBeacon(const std::string& company = "1801") {
-  return maker(company + "BEAC" + kUuidDigits + "00010002C500");
-}
 
 /// Reports of one payload, all of the same strength.
 Bytes often(const Bytes& data, const std::vector<double>& times, int rssi) {
@@ -52,17 +20,11 @@ Bytes often(const Bytes& data, const std::vector<double>& times, int rssi) {
   return records;
 }
 
-Outcome runOver(const Bytes& records, std::vector<std::string> options, const char* command) {
-  const Bytes bytes = btsnoop(1002, records);
-  expectFaithfulConversions(bytes);
-  options.insert(options.begin(), {command, "-"});
-  return runCommand(options, std::string(bytes.begin(), bytes.end()));
-}
-
 class Explain : public ::testing::Test {
  protected:
   /// Explains a recording of these records, and takes in what it says in JSON.
   void explain(const Bytes& records, std::vector<std::string> options = {}) {
+    expectFaithfulConversions(btsnoop(1002, records));
     options.emplace_back("--json");
     const Outcome outcome = runOver(records, std::move(options), "explain");
     EXPECT_EQ(outcome.status, 0);

@@ -1,0 +1,1 @@
+document.getElementById("headline").textContent = JSON.parse(document.getElementById("data").textContent).headline;

@@ -1,0 +1,143 @@
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "tests/host/findings/Reports.hpp"
+
+namespace nimbrel::testing_support {
+namespace {
+
+using Json = nlohmann::json;
+
+Json reported(const Bytes& records, std::vector<std::string> options = {}) {
+  options.insert(options.end(), {"--json", "--utc"});
+  const Outcome outcome = runOver(records, std::move(options), "report");
+  EXPECT_EQ(outcome.status, 0) << outcome.errors;
+  return Json::parse(outcome.output);
+}
+
+/// The last byte of each device's address, and the places of those with a series.
+std::string order(const Json& report) {
+  std::string text;
+  for (const Json& device : report["devices"]) {
+    text += device["device"].get<std::string>().substr(15).append(" ");
+  }
+  for (const Json& series : report["series"]) {
+    text.append("+").append(series["device"].dump());
+  }
+  text.append(" missed ").append(report["missed"].dump());
+  return text.append(" detected ").append(report["detected"].dump());
+}
+
+TEST(ReportJson, HasTheDevicesThatMatterFirstWithTheirSeries) {
+  const Bytes records =
+      report(0, "01", named("Lamp")) + report(0.1, "01", named("Lamp")) +
+      report(0.2, "02", maker("590001")) + report(0.3, "03", iBeacon("00010002")) +
+      report(0.4, "04", iBeacon("00010003")) + report(0.5, "04", iBeacon("00010003"), -71) +
+      report(0.6, "05", maker("4C0002")) + report(0.7, "06", iBeacon("00010003", kOtherDigits));
+  Json report = reported(records);
+  EXPECT_EQ(order(report), "04 03 06 02 05 01 +0+1+2+3+4 missed 0 detected 5");
+  EXPECT_EQ(report["headline"], "6 devices, 3 beacons; 5 devices detected");
+  EXPECT_EQ(report["series"][0], Json::parse(R"({"device": 0, "readings": [[25, -60], [32, -71]],
+                            "detections": [[25, -60.0, 1.135]]})"));
+  EXPECT_EQ(report["step"], 0.015625);
+  EXPECT_EQ(report["bounds"], Json::parse("[0.5, 4.0]"));
+
+  const std::string desk = std::string(kUuid) + "/1/3=Desk";
+  report = reported(records, {"--filter", desk, "--filter", std::string(kUuid) + "/9"});
+  EXPECT_EQ(order(report), "03 04 06 01 02 05 +0+1+2 missed 1 detected 1");
+  EXPECT_EQ(report["headline"], "6 devices, 3 beacons; 1 of 2 filters heard something");
+  EXPECT_EQ(report["series"][1]["detections"], Json::parse("[[64, -66.0, 2.247]]"));
+  EXPECT_EQ(report["lanes"], Json::parse(R"([
+      {"kind": "bluetooth", "name": "", "leftOut": 0,
+       "stretches": [{"state": "poweredOn", "from": 0.0, "to": 1.7}]},
+      {"kind": "permission", "name": "", "leftOut": 0,
+       "stretches": [{"state": "always", "from": 0.0, "to": 1.7}]},
+      {"kind": "region", "name": "beacon_E2C56DB5_multiple", "leftOut": 0,
+       "stretches": [{"state": "ranged", "from": 0.0, "to": 1.7},
+                     {"state": "inside", "from": 0.3, "to": 1.7}]}])"));
+  EXPECT_EQ(report["source"]["files"], Json::parse(R"(["-"])"));
+  EXPECT_EQ(report["source"]["command"],
+            "nimbrel report - --filter " + desk + " --filter " + kUuid + "/9 --utc -o PAGE.html");
+  EXPECT_EQ(report["source"]["begin"], 1'700'000'000'000);
+}
+
+TEST(ReportJson, SaysOfDevicesWhatExplainSays) {
+  const Bytes records = report(0, "01", named("Lamp")) + report(5, "02", iBeacon("00010002")) +
+                        report(-500, "01", named("Lamp"), 127);
+  const Outcome explained = runOver(records, {"--json"}, "explain");
+  const Json report = reported(records);
+  std::string devices;
+  for (const std::size_t index : {1U, 0U}) {
+    devices += report["devices"][index].dump() + "\n";
+  }
+  devices += Json{{"run", report["run"]}}.dump() + "\n";
+  std::istringstream lines(explained.output);
+  std::string same;
+  for (std::string line; std::getline(lines, line);) {
+    same += Json::parse(line).dump() + "\n";
+  }
+  EXPECT_EQ(devices, same);
+  EXPECT_EQ(report["source"]["jumps"].size(), 1U);
+  EXPECT_EQ(report["source"]["jumps"][0]["after"], 1'699'999'500'000);
+}
+
+TEST(ReportJson, HasAThousandBeaconsAtMost) {
+  Bytes records;
+  for (int device = 0; device < 1100; ++device) {
+    const std::string digits = toHex(big(2, static_cast<std::uint64_t>(device)));
+    records = records + report(0, "01", iBeacon(std::string(digits).append("0001")));
+  }
+  const Json report = reported(records, {"--filter", kUuid});
+  EXPECT_EQ(report["run"]["beacons"].size(), 1000U);
+  EXPECT_EQ(report["beaconsLeftOut"], 100);
+}
+
+TEST(ReportPage, HoldsTheDataAsDataWhateverDevicesAreCalled) {
+  const std::string name = "</script><img src=x>";
+  const Outcome outcome = runOver(report(0, "01", named(name)), {"-o", "-"}, "report");
+  EXPECT_EQ(outcome.output.find(name), std::string::npos);
+  const std::string begin = R"(<script id="data" type="application/json">)";
+  const std::size_t data = outcome.output.find(begin) + begin.size();
+  const Json json = Json::parse(outcome.output.substr(data, outcome.output.find('<', data) - data));
+  EXPECT_EQ(json["devices"][0]["name"], name);
+}
+
+TEST(ReportPage, IsWholeOrNotThere) {
+  const std::filesystem::path folder =
+      std::filesystem::temp_directory_path() / ("report-" + std::to_string(getpid()));
+  std::filesystem::create_directory(folder);
+  const std::string page = folder / "page.html";
+  const auto made = [&](std::vector<std::string> options) {
+    options.insert(options.begin(), {"report", "-o", page});
+    return runCommand(options).errors;
+  };
+  const auto size = [&] { return std::filesystem::file_size(page); };
+  EXPECT_NE(made({"missing.btsnoop"}).find("missing.btsnoop: "), std::string::npos);
+  EXPECT_TRUE(std::filesystem::is_empty(folder));
+  EXPECT_EQ(made({"--json"}), "");
+  const auto first = size();
+  EXPECT_EQ(made({}), "nimbrel: " + page +
+                          ": is there already; name another file, or give --force to replace it\n");
+  EXPECT_EQ(size(), first);
+  const std::filesystem::path link = folder / "link";
+  std::filesystem::create_symlink(page, link);
+  EXPECT_EQ(runCommand({"report", "--force", "-o", link}).errors, "");
+  EXPECT_GT(size(), first);
+  EXPECT_TRUE(std::filesystem::is_symlink(link));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder), {}), 2);
+  std::filesystem::remove_all(folder);
+
+  EXPECT_EQ(runCommand({"report", "-o", "/dev/null"}).status, 0);
+  EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+  EXPECT_NE(made({}).find("page.html: cannot be written: "), std::string::npos);
+  EXPECT_EQ(runCommand({"report"}).errors,
+            "nimbrel: no file to write the page to; give -o PAGE.html, or -o - for the standard "
+            "output\n");
+}
+
+}  // namespace
+}  // namespace nimbrel::testing_support
