@@ -123,7 +123,7 @@ void deskTests() {
     }
   });
 
-  test('a recording gives what scan gives', () async {
+  test('a recording gives what scan gives, and simulate of its scenario', () async {
     for (final (options, filters) in [
       (
         ['--filter', '$gallery/1=Gallery'],
@@ -138,6 +138,12 @@ void deskTests() {
         await desk.waitUntilEnd();
       });
       expect(heard, await printed(['scan', '--json', '--quiet', ...options, walk]));
+      await withFile('walk.jsonl', '', (path) async {
+        final mode = options.isEmpty ? ['--generic'] : options;
+        final made = await Process.run(nimbrel, ['convert', walk, path, '--force', ...mode]);
+        expect((made.exitCode, made.stderr), (0, ''));
+        expect(heard, await printed(['simulate', path], key: 'event'));
+      });
     }
   });
 
