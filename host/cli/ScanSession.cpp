@@ -32,12 +32,21 @@ ScanSession::ScanSession(const ScanOptions& options, MainQueue& queue, Output& o
       output_(output),
       errors_(errors),
       clock_(options.utc),
-      detectionLine_(isColoured(output), options.utc),
+      detectionLine_({.isColoured = isColoured(output),
+                      .isUtc = options.utc,
+                      .columns = output.isTerminal() ? std::optional(output.terminalSize().columns)
+                                                     : std::nullopt}),
       filters_(foundFilters(options.filters)) {}
 
 void ScanSession::start() {
   if (options_.table) {
     table_.emplace(queue_, output_, options_.live ? 1.0 : options_.speed);
+  }
+  const std::chrono::duration<double> clock(phone().timeIntervalSince1970());
+  const auto now = std::chrono::floor<std::chrono::milliseconds>(clock);
+  if (!options_.table && !options_.json) {
+    detectionLine_.begin(now.count());
+    note("nimbrel: times are in " + clock_.zone(now) + ", from " + clock_.date(now) + " on");
   }
   Session::start();
 }

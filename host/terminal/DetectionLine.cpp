@@ -2,8 +2,8 @@
 
 #include <array>
 #include <cstdio>
-#include <ctime>
 #include <cwchar>
+#include <utility>
 
 #include "Classes/model/EncodableAccess.hpp"
 #include "Classes/text/Decimal.hpp"
@@ -14,6 +14,11 @@
 namespace nimbrel {
 
 namespace {
+
+constexpr std::size_t kUuidColumns = 36;
+constexpr std::size_t kShortColumns = 24;
+/// The columns of a line with a whole UUID.
+constexpr std::size_t kLongLine = 95;
 
 constexpr std::string_view kReset = "\033[0m";
 
@@ -51,7 +56,7 @@ void appendRightAligned(std::string& out, std::string_view text, std::size_t wid
 
 }  // namespace
 
-std::string identityOf(const EncodableMap& event) {
+std::string identityOf(const EncodableMap& event, bool isWhole) {
   std::string identity;
   const std::string& name = *valueFor<std::string>(event, "name");
   if (!name.empty()) {
@@ -60,7 +65,7 @@ std::string identityOf(const EncodableMap& event) {
   }
   const std::string& uuid = *valueFor<std::string>(event, "uuid");
   if (*integerFor(event, "majorId") >= 0) {
-    return identity.append(uuid, 0, 8).append("…");
+    return isWhole ? uuid : identity.append(uuid, 0, 8).append("…");
   }
   const std::string_view digits = std::string_view(uuid).substr(24);
   for (std::size_t place = 0; place < digits.size(); place += 2) {
@@ -108,18 +113,26 @@ std::string fitted(std::string_view text, std::size_t width) {
   return std::string(text.substr(0, size)).append("…").append(left, ' ');
 }
 
+DetectionLine::DetectionLine(const Style& style)
+    : style_(style),
+      wallClock_(style.isUtc),
+      hasRoom_(style.columns.value_or(kLongLine) >= kLongLine) {}
+
+void DetectionLine::begin(std::int64_t ts) {
+  date_ = wallClock_.date(std::chrono::milliseconds(ts));
+}
+
 void DetectionLine::appendTime(std::string& out, std::int64_t ts) {
   const std::int64_t second = ts / 1000;
-  if (second != second_) {
+  if (second_ != second) {
     second_ = second;
-    const auto time = static_cast<std::time_t>(second);
-    std::tm parts{};
-    std::array<char, 16> digits;
-    const std::size_t size =
-        (isUtc_ ? gmtime_r(&time, &parts) : localtime_r(&time, &parts)) == nullptr
-            ? 0
-            : std::strftime(digits.data(), digits.size(), "%T", &parts);
-    clock_.assign(digits.data(), size);
+    const std::chrono::seconds reading(second);
+    clock_ = wallClock_.time(reading).substr(0, 8);
+    std::string date = wallClock_.date(reading);
+    if (date != date_) {
+      out.append(date_.empty() ? "" : date).append(date_.empty() ? "" : " ");
+      date_ = std::move(date);
+    }
   }
   std::array<char, 8> fraction;
   const int size = std::snprintf(fraction.data(), fraction.size(), ".%03d",
@@ -127,9 +140,21 @@ void DetectionLine::appendTime(std::string& out, std::int64_t ts) {
   out.append(clock_).append(fraction.data(), static_cast<std::size_t>(size));
 }
 
+void DetectionLine::appendIdentity(std::string& out, const EncodableMap& event) const {
+  const std::size_t width = hasRoom_ ? kUuidColumns : kShortColumns;
+  const std::string identity = identityOf(event, hasRoom_);
+  if (!style_.columns.has_value() && columnsOf(identity) > width) {
+    out.append(identity);
+  } else {
+    out.append(fitted(identity, width));
+  }
+}
+
 void DetectionLine::append(std::string& out, const EncodableMap& event) {
   appendTime(out, *integerFor(event, "ts"));
-  out.append("  ").append(fitted(identityOf(event), 24)).append("  ");
+  out.append("  ");
+  appendIdentity(out, event);
+  out.append("  ");
   out.append(fitted(numbersOf(event), 11)).append("  ");
   const double rssi = *valueFor<double>(event, "rssi");
   const std::string strength =
@@ -139,7 +164,7 @@ void DetectionLine::append(std::string& out, const EncodableMap& event) {
   appendRightAligned(out, distanceText(*valueFor<double>(event, "distance")), 9);
   out.append("  ");
   const std::string& proximity = *valueFor<std::string>(event, "proximity");
-  if (isColoured_) {
+  if (style_.isColoured) {
     out.append(colourOf(proximity)).append(proximity).append(kReset);
   } else {
     out.append(proximity);

@@ -71,6 +71,12 @@ TEST(ScanOptions, RefuseWhatCannotBeUsedAndSayWhatToGive) {
       {{"--adapter", "hci1"}, "--adapter is for listening live; give --live, too"},
       {{"--record", "f"}, "--record is for listening live; give --live, too"},
       {{"--live", "--force"}, "--force is about the file of a recording; give --record FILE, too"},
+      {{"--live", "--record-rotate", "1G"},
+       "--record-rotate is about the file of a recording; give --record FILE, too"},
+      {{"--live", "--record", "f", "--record-rotate", "1T"},
+       "--record-rotate '1T' is no size and no age; give for example 100M (k, M, G) or 24h (s, "
+       "min, "
+       "h, d)"},
       {{"--table", "--json"}, "--table and --json exclude each other; leave one of them out"},
   };
   for (const auto& [arguments, expected] : cases) {

@@ -139,7 +139,7 @@ TEST_F(Scan, CountsPacketsWithAWrongChecksum) {
       pcapHeader(little, 251) + pcapRecord(little, 1, 0, right) + pcapRecord(little, 1, 0, wrong);
   const TemporaryFile heard(std::string(file.begin(), file.end()));
   EXPECT_EQ(
-      runCommand({"scan", heard.path(), "--quiet"}).errors.substr(0, 89),
+      runCommand({"scan", heard.path(), "--quiet", "--json"}).errors.substr(0, 89),
       "1 advertisement from 1 device in 1.0 s, 0 detections, 1 packet with a wrong checksum left");
 }
 
@@ -147,10 +147,12 @@ TEST_F(Scan, PrintsDiagnosticsAsOnThePhoneAndWithJsonToTheErrors) {
   const TemporaryFile file(capture(beaconReport(0, 7)));
   const Outcome lines = runCommand({"scan", file.path()});
   EXPECT_EQ(lines.output.substr(0, lines.output.find('\n')), "✅ Bluetooth is on and ready");
-  EXPECT_NE(lines.output.find("\n22:13:20.000  E2C56DB5…                 1/7           -60 dBm"
-                              "     1.14 m  near\n"),
+  EXPECT_NE(lines.output.find(
+                "\n22:13:20.000  E2C56DB5-DFFB-48D2-B060-D0F5A71096E0  1/7           -60 dBm"
+                "     1.14 m  near\n"),
             std::string::npos)
       << lines.output;
+  EXPECT_EQ(lines.errors.find("nimbrel: times are in UTC, from 2023-11-14 on\n"), 0U);
   const Outcome json = runCommand({"scan", file.path(), "--json"});
   EXPECT_EQ(json.output.front(), '{');
   EXPECT_EQ(json.errors.find("✅ Bluetooth is on and ready\n"), 0U);
@@ -269,7 +271,7 @@ TEST(Command, EndsQuietlyWhenItsReaderHasHadEnoughAndLoudlyWhenTheDiskIsFull) {
   const Outcome closed = runCommandTo(ends[1], {"scan"});
   close(ends[1]);
   EXPECT_EQ(closed.status, 0);
-  EXPECT_EQ(closed.errors, "");
+  EXPECT_EQ(closed.errors, "nimbrel: times are in UTC, from 2024-05-04 on\n");
 
   const int full = open("/dev/full", O_WRONLY);
   const Outcome failed = runCommandTo(full, {"scan"});

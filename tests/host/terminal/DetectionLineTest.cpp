@@ -4,6 +4,10 @@
 #include <cstdlib>
 #include <ctime>
 #include <limits>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "Classes/model/DetectionEvent.hpp"
 #include "host/terminal/DetectionLine.hpp"
@@ -11,14 +15,15 @@
 namespace nimbrel {
 namespace {
 
-std::string lineOf(DetectionEvent event, bool isColoured = false) {
+std::string lineOf(DetectionEvent event, std::optional<std::size_t> columns = 94,
+                   bool isColoured = false) {
   setlocale(LC_CTYPE, "C.UTF-8");
   setenv("TZ", "UTC", 1);
   tzset();
   event.ts = 1700000000987;
   event.proximity = proximityWord(event.distance);
   std::string line;
-  DetectionLine(isColoured).append(line, std::move(event).toMap());
+  DetectionLine({isColoured, false, columns}).append(line, std::move(event).toMap());
   return line;
 }
 
@@ -46,6 +51,45 @@ TEST(DetectionLine, AlignsItsColumnsWhateverTheyHold) {
       "22:13:20.987  e\u0301tage                     -             -60 dBm     0.25 m  immediate");
 }
 
+TEST(DetectionLine, HasTheWholeIdentityIfThereIsRoom) {
+  const std::string name = "A name of more than thirty-six letters";
+  struct Case {
+    std::optional<std::size_t> columns;
+    const char* uuid;
+    const char* name;
+  };
+  for (const auto& [columns, shownUuid, shownName] : std::vector<Case>{
+           {94, "6E696D62…                 1/2  ", "A name of more than thi…  1/2  "},
+           {95, "6E696D62-7265-8C00-8001-C65544332211  1/2  ",
+            "A name of more than thirty-six lett…  1/2  "},
+           {std::nullopt, "6E696D62-7265-8C00-8001-C65544332211  1/2  ",
+            "A name of more than thirty-six letters  1/2  "},
+       }) {
+    for (const auto& [text, shown] : {std::pair(std::string(), shownUuid), {name, shownName}}) {
+      DetectionEvent event = detection(text, -60.0, 0.25);
+      event.majorId = 1;
+      event.minorId = 2;
+      EXPECT_EQ(lineOf(event, columns).find(shown), 14U) << lineOf(event, columns);
+    }
+  }
+}
+
+TEST(DetectionLine, CarriesTheDateWhenTheDayChanges) {
+  setenv("TZ", "UTC", 1);
+  tzset();
+  DetectionLine line({});
+  line.begin(1700006399999);  // the last millisecond of 2023-11-14
+  std::string times;
+  for (const std::int64_t ts : {1700006399999, 1700006400000, 1700006400001, 1700006399000}) {
+    DetectionEvent event = detection("x", -60.0, 0.25);
+    event.ts = ts;
+    std::string text;
+    line.append(text, std::move(event).toMap());
+    times += text.substr(0, text.find("  ")) + "|";
+  }
+  EXPECT_EQ(times, "23:59:59.999|2023-11-15 00:00:00.000|00:00:00.001|2023-11-14 23:59:59.000|");
+}
+
 TEST(DetectionLine, HasTheTimeOfTheMachinesZoneOrOfUtc) {
   setenv("TZ", "CET-1", 1);
   tzset();
@@ -53,15 +97,15 @@ TEST(DetectionLine, HasTheTimeOfTheMachinesZoneOrOfUtc) {
   event.ts = 1700000000987;
   const EncodableMap map = std::move(event).toMap();
   std::string local;
-  DetectionLine(false).append(local, map);
+  DetectionLine({}).append(local, map);
   std::string utc;
-  DetectionLine(false, true).append(utc, map);
+  DetectionLine({false, true, {}}).append(utc, map);
   EXPECT_EQ(local.substr(0, 12), "23:13:20.987");
   EXPECT_EQ(utc.substr(0, 12), "22:13:20.987");
 }
 
 TEST(DetectionLine, ColoursTheProximityOnATerminal) {
-  const std::string line = lineOf(detection("x", -60.0, 0.25), true);
+  const std::string line = lineOf(detection("x", -60.0, 0.25), 94, true);
   EXPECT_NE(line.find("\033[1;32mimmediate\033[0m"), std::string::npos);
 }
 
