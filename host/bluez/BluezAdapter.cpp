@@ -122,14 +122,14 @@ void BluezAdapter::note(const std::string& object, const Interfaces& interfaces)
     if (interface == kAdapterInterface) {
       adapters_[object] = flag(properties, "Powered").value_or(false);
     } else if (interface == kDeviceInterface) {
-      devices_.know(object, properties);
+      devices_.know(object, properties, queue_.now());
     }
   }
 }
 
 void BluezAdapter::added(const std::string& object, const Interfaces& interfaces) {
   if (const auto device = interfaces.find(kDeviceInterface); device != interfaces.end()) {
-    hear(object, devices_.take(object, device->second));
+    hear(object, devices_.take(object, device->second, queue_.now()));
   }
   if (interfaces.contains(kAdapterInterface)) {
     note(object, interfaces);
@@ -154,8 +154,12 @@ void BluezAdapter::changed(const std::string& object, const std::string& interfa
                            const Properties& properties,
                            const std::vector<std::string>& withdrawn) {
   if (interface == kDeviceInterface) {
+    if (!devices_.knows(object)) {
+      connection_.ask(object, kDeviceInterface);
+      return;
+    }
     devices_.withdraw(object, withdrawn);
-    hear(object, devices_.take(object, properties));
+    hear(object, devices_.take(object, properties, queue_.now()));
     return;
   }
   const auto known = adapters_.find(object);

@@ -10,6 +10,8 @@ constexpr auto kService = "org.bluez";
 constexpr auto kAdapterInterface = "org.bluez.Adapter1";
 constexpr auto kManagerInterface = "org.freedesktop.DBus.ObjectManager";
 
+constexpr auto kPropertiesInterface = "org.freedesktop.DBus.Properties";
+
 constexpr MainQueue::Time kPause = std::chrono::seconds(1);
 
 }  // namespace
@@ -18,6 +20,7 @@ void BluezConnection::connect() {
   assert(bus_ == nullptr);
   bus_ = std::make_unique<SystemBus>(queue_, [this] {
     adapters_.clear();
+    asked_.clear();
     daemon_.reset();
     bus_.reset();
     hasDaemon_ = false;
@@ -79,6 +82,7 @@ void BluezConnection::ownerChanged(const std::string& owner) {
   // A daemon whose name passes to another one at once is gone, too.
   if (std::exchange(hasDaemon_, false) || owner.empty()) {
     adapters_.clear();
+    asked_.clear();
     observer_.lost("bluetoothd is gone; the scan goes on when it is back");
   }
   if (!owner.empty()) {
@@ -125,6 +129,29 @@ void BluezConnection::call(const std::string& adapter, const std::string& method
     } else {
       sdbus_series::call<>(*proxy, kAdapterInterface, method, answered);
     }
+  } catch (const sdbus::Error&) {
+    // The bus is gone, and says so itself.
+  }
+}
+
+void BluezConnection::ask(const std::string& object, const std::string& interface) {
+  if (bus_ == nullptr || asked_.contains(object)) {
+    return;
+  }
+  const auto answered = [this, object, interface](const sdbus::Error* error,
+                                                  const BluezObserver::Properties& properties) {
+    const bool isThere = error == nullptr;
+    bus_->post([this, object, interface, properties, isThere] {
+      asked_.erase(object);
+      if (isThere) {
+        observer_.added(object, {{interface, properties}});
+      }
+    });
+  };
+  try {
+    const auto& proxy = asked_[object] = bus_->object(kService, object);
+    sdbus_series::call<BluezObserver::Properties>(*proxy, kPropertiesInterface, "GetAll", answered,
+                                                  interface);
   } catch (const sdbus::Error&) {
     // The bus is gone, and says so itself.
   }

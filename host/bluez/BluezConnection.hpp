@@ -54,6 +54,10 @@ class BluezConnection {
             const std::optional<BluezObserver::Properties>& argument,
             std::function<void(const sdbus::Error*)> done);
 
+  /// Asks for all properties of an object's interface; they come as if it were added now. Nothing
+  /// comes where there is no such object any more.
+  void ask(const std::string& object, const std::string& interface);
+
  private:
   void reconnectSoon();
   void subscribe();
@@ -64,7 +68,9 @@ class BluezConnection {
   BluezObserver& observer_;
   std::unique_ptr<SystemBus> bus_;
   std::unique_ptr<sdbus::IProxy> daemon_;
-  std::map<std::string, std::unique_ptr<sdbus::IProxy>> adapters_;  // By object path.
+  using Proxies = std::map<std::string, std::unique_ptr<sdbus::IProxy>>;  // By object path.
+  Proxies adapters_;
+  Proxies asked_;  // Those that have not answered yet.
   bool hasDaemon_ = false;
   std::shared_ptr<const bool> life_ = std::make_shared<const bool>(true);
 };

@@ -10,6 +10,7 @@ namespace nimbrel {
 namespace {
 
 constexpr std::int8_t kUnknownRssi = 127;
+constexpr MainQueue::Time kKeptFor = std::chrono::minutes(10);
 
 /// Returns the bytes of "C4:1D:83:5A:07:E2"; 0 for each that is not two hexadecimal digits.
 std::array<std::uint8_t, 6> addressOf(const std::string& text) {
@@ -36,21 +37,31 @@ bool isBeaconFrame(const std::vector<std::uint8_t>& data) {
 
 }  // namespace
 
-void BluezDevices::know(const std::string& path, const Properties& properties) {
-  const auto [place, isNew] = devices_.try_emplace(path);
-  if (isNew) {
-    update(place->second, properties);
+void BluezDevices::know(const std::string& path, const Properties& properties,
+                        MainQueue::Time now) {
+  if (!knows(path)) {
+    update(make(path, now), properties);
   }
 }
 
-std::optional<Advertisement> BluezDevices::take(const std::string& path,
-                                                const Properties& properties) {
-  const bool isIntroduced = properties.contains("Address");
-  const auto found = isIntroduced ? devices_.try_emplace(path).first : devices_.find(path);
-  if (found == devices_.end()) {
-    return std::nullopt;  // Its address is not known yet; BlueZ sends that first.
+BluezDevices::Device& BluezDevices::make(const std::string& path, MainQueue::Time now) {
+  if (devices_.size() >= sweepAt_) {
+    std::erase_if(devices_,
+                  [now](const auto& entry) { return now - entry.second.lastHeard >= kKeptFor; });
+    sweepAt_ = std::max(kFewDevices, devices_.size() * 2);
   }
-  Device& device = found->second;
+  Device& device = devices_[path];
+  device.lastHeard = now;
+  return device;
+}
+
+std::optional<Advertisement> BluezDevices::take(const std::string& path,
+                                                const Properties& properties, MainQueue::Time now) {
+  const bool isIntroduced = properties.contains("Address");
+  if (!isIntroduced && !knows(path)) {
+    return std::nullopt;  // Its address is not known.
+  }
+  Device& device = make(path, now);
   update(device, properties);
   if (!properties.contains("RSSI") && (isIntroduced || !properties.contains("ManufacturerData"))) {
     return std::nullopt;

@@ -6,11 +6,11 @@
 #include <string>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 
 #include "host/air/Advertisement.hpp"
 #include "host/air/AdvertisingData.hpp"
 #include "host/base/MainQueue.hpp"
+#include "host/phone/AddressSet.hpp"
 #include "host/phone/Device.hpp"
 
 namespace nimbrel {
@@ -56,7 +56,7 @@ class Devices {
 
   Visibility visibility_;
   std::unordered_map<DeviceAddress, Device, DeviceAddressHash> devices_;
-  std::unordered_set<DeviceAddress, DeviceAddressHash> everHeard_;
+  AddressSet everHeard_;
   static constexpr std::size_t kFewDevices = 1024;
   std::size_t sweepAt_ =
       kFewDevices;       // the number of devices at which the forgotten ones are erased

@@ -119,6 +119,17 @@ TEST_F(Following, ForgetsADeviceThatIsRemoved) {
   EXPECT_EQ(story, "heard -60\nheard -50\n");
 }
 
+TEST_F(Following, AsksForADeviceThatItNoLongerKeeps) {
+  bluez->addDevice("hci0/dev_0", {"C4:1D:83:5A:07:E1", -40, {{0x0059, {1}}}});
+  follow();
+  queue.runUntil(queue.now() + std::chrono::minutes(10));
+  for (int number = 1; number <= 256; ++number) {
+    bluez->addDevice("hci0/dev_" + std::to_string(number), {"C4:1D:83:5A:07:E2", -60, {}});
+  }
+  bluez->changeDevice("hci0/dev_0", {{"RSSI", sdbus::Variant(std::int16_t{-41})}});
+  until("heard -40\n");
+}
+
 TEST_F(Following, WithdrawsWhatIsNoLongerKnown) {
   follow();
   hearOne();

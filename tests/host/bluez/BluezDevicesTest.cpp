@@ -29,7 +29,7 @@ class BluezDevice : public testing::Test {
 
   /// The report in words, or "-" if nothing was heard.
   std::string change(const Properties& properties) {
-    const auto report = devices.take("dev", properties);
+    const auto report = devices.take("dev", properties, now);
     return report ? inWords(*report) : "-";
   }
 
@@ -38,11 +38,12 @@ class BluezDevice : public testing::Test {
   const Properties name{{"Name", sdbus::Variant(std::string("Lamp"))}};
   const Properties lamp = made({{0x0059, "01"}});
   BluezDevices devices;
+  MainQueue::Time now{};
 };
 
 TEST_F(BluezDevice, IsHeardWhereItsPropertiesSayThatItIsOnTheAir) {
   EXPECT_EQ(change(strength(-60)), "-") << "it has no address yet";
-  devices.know("dev", all(identity, all(lamp, strength(-60))));
+  devices.know("dev", all(identity, all(lamp, strength(-60))), now);
   EXPECT_EQ(change(name), "-");
   EXPECT_EQ(change(strength(-61)), "C41D835A07E2 public -61 04FF59000105094C616D70");
   EXPECT_EQ(change(made({{0x0059, "02"}})), "C41D835A07E2 public -61 04FF59000205094C616D70");
@@ -66,6 +67,25 @@ TEST_F(BluezDevice, ShowsBeaconFramesBeforeTheDataOfOtherCompanies) {
   EXPECT_EQ(change(strength(-60)), shown + other + apple + "04FF060001") << "each in its turn";
   change(made({{0x0006, "01"}, {0x0118, kAltBeacon}}));
   EXPECT_EQ(change(strength(-60)), shown + other + "04FF060001");
+}
+
+TEST_F(BluezDevice, IsKeptForTenMinutesAfterItWasHeard) {
+  int passersBy = 0;
+  const auto passBy = [&] {
+    for (int count = 0; count < 256; ++count) {
+      devices.know("passer-by " + std::to_string(passersBy++), identity, now);
+    }
+  };
+  change(all(identity, strength(-60)));
+  now = std::chrono::minutes(5);
+  change(strength(-61));
+  now = std::chrono::minutes(15) - std::chrono::microseconds(1);
+  passBy();
+  EXPECT_TRUE(devices.knows("dev"));
+  now = std::chrono::minutes(15);
+  passBy();
+  EXPECT_FALSE(devices.knows("dev"));
+  EXPECT_TRUE(devices.knows("passer-by 0"));
 }
 
 TEST_F(BluezDevice, LeavesOutPropertiesOfOtherTypes) {
