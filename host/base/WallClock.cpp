@@ -35,11 +35,6 @@ std::string WallClock::time(Reading reading) const {
 
 std::string WallClock::date(Reading reading) const { return formatted("%F", reading); }
 
-std::string WallClock::zone(Reading reading) const {
-  const std::string name = isUtc_ ? "UTC" : formatted("%Z", reading);
-  return name == "UTC" ? name : name + formatted(" (%z)", reading);
-}
-
 std::string WallClock::dateAndTime(Reading reading) const {
   return date(reading) + " " + time(reading);
 }

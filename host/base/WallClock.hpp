@@ -19,8 +19,6 @@ class WallClock {
   [[nodiscard]] std::string time(Reading reading) const;
   /// "2023-11-14"
   [[nodiscard]] std::string date(Reading reading) const;
-  /// "UTC", or the zone's name with its distance from UTC then: "CET (+0100)"
-  [[nodiscard]] std::string zone(Reading reading) const;
   /// "2023-11-14 22:13:20.987"
   [[nodiscard]] std::string dateAndTime(Reading reading) const;
 
