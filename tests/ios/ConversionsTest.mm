@@ -1,6 +1,7 @@
 #include "ios/nimbrel/Sources/nimbrel/BluetoothConversions.h"
 #include "ios/nimbrel/Sources/nimbrel/ChannelConversions.h"
 #include "ios/nimbrel/Sources/nimbrel/FoundationConversions.h"
+#include "ios/nimbrel/Sources/nimbrel/LocationConversions.h"
 
 #include <gtest/gtest.h>
 
@@ -128,6 +129,19 @@ TEST_F(Conversions, TellManufacturerDataFromItsAbsenceAndFromOtherValues) {
   EXPECT_EQ(bytes.data(), [data bytes]);
   EXPECT_EQ(bytes.size(), 3U);
   EXPECT_TRUE(std::get<std::span<const std::uint8_t>>(manufacturerData([NSData data])).empty());
+}
+
+TEST_F(Conversions, KeepTheNoticesOfARegionApart) {
+  for (const int one : {0, 1, 2}) {
+    CLBeaconRegion region({}, "R");
+    region.notifyOnEntry = one == 0;
+    region.notifyOnExit = one == 1;
+    region.notifyEntryStateOnDisplay = one == 2;
+    const PlatformBeaconRegion back(regionFrom(region));
+    EXPECT_EQ(back.notifyOnEntry, one == 0);
+    EXPECT_EQ(back.notifyOnExit, one == 1);
+    EXPECT_EQ(back.notifyEntryStateOnDisplay, one == 2);
+  }
 }
 
 TEST_F(Conversions, PassARefusalToListenOn) {

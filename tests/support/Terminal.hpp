@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -75,6 +76,7 @@ class Terminal {
 class TerminalTest : public testing::Test {
  protected:
   void SetUp() override {
+    setenv("TERM", "xterm", 1);
     if (!terminal.problem().empty()) {
       GTEST_SKIP() << "there is no pseudo-terminal here (is /dev/pts mounted?): "
                    << terminal.problem();

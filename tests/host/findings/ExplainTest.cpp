@@ -282,7 +282,8 @@ TEST(ExplainText, TellsOfTheMostSurprisingFirstAndSumsUpTheRest) {
 
 TEST(ExplainText, TellsOneDevicesStory) {
   const Bytes records = report(0, "01", maker("590001")) + report(0.5, "01", maker("590001")) +
-                        report(0.7, "01", maker("590001")) + report(1, "02", named("Lamp"));
+                        report(0.7, "01", maker("590001")) + report(1, "02", named("Lamp")) +
+                        report(2, "03", iBeacon("00010002")) + report(2, "03", iBeacon("00010003"));
   const std::string shown = explained(records, {"--device", "c6:55:44:33:22:01"});
   EXPECT_NE(shown.find("\n  2023-11-14\n    22:13:20.000  event\n"
                        "    22:13:20.500  coalesced, 2 times until 22:13:20.700\n"),
@@ -292,7 +293,9 @@ TEST(ExplainText, TellsOneDevicesStory) {
   EXPECT_NE(explained(records, {"--device", "lamp"}).find("22:02"), std::string::npos);
   EXPECT_EQ(explained(records, {"--device", "nobody"}),
             "nimbrel: --device 'nobody': no such device was heard; leave it out, and give --all to "
-            "see all 2\n");
+            "see all 3\n");
+  EXPECT_NE(explained(records, {"--device", "c6:55:44:33:22:03"}).find("/1/3 and 1 more\n"),
+            std::string::npos);
 }
 
 TEST(ScanSummary, NamesTheNextStepWhereSomethingIsMissing) {
