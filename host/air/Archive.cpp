@@ -14,6 +14,7 @@
 #include <utility>
 #include <vector>
 
+#include "host/air/GzipStream.hpp"
 #include "host/base/InputError.hpp"
 #include "host/base/Printable.hpp"
 
@@ -28,6 +29,7 @@ constexpr std::uint64_t kLargest = std::uint64_t{16} << 30U;
 constexpr std::uint64_t kLargestRatio = 400;
 constexpr std::uint64_t kSmall = std::uint64_t{64} << 20U;
 constexpr std::size_t kBeginning = 65536;
+constexpr std::size_t kTarHeaderSize = 512;
 
 struct Closer {
   void operator()(archive* open) const { archive_read_free(open); }
@@ -42,23 +44,22 @@ bool beginsWith(std::span<const std::uint8_t> bytes, std::string_view mark,
 
 std::string problemOf(archive* opened) {
   const char* const problem = archive_error_string(opened);
-  return problem == nullptr ? "of a kind unknown" : problem;
+  return problem == nullptr ? "for an unknown reason" : problem;
 }
 
 /// The mark stands far behind the start, where a recording may hold the same bytes by chance: the
 /// sum of the header, in octal digits, must be right, too.
 /// Source: POSIX.1-2017, pax, "ustar Interchange Format".
 bool isTar(std::span<const std::uint8_t> bytes) {
-  constexpr std::size_t kHeaderSize = 512;
   constexpr std::size_t kSum = 148;
   constexpr std::size_t kSumSize = 8;
   constexpr std::size_t kMark = 257;
-  if (bytes.size() < kHeaderSize || !beginsWith(bytes, "ustar"sv, kMark)) {
+  if (bytes.size() < kTarHeaderSize || !beginsWith(bytes, "ustar"sv, kMark)) {
     return false;
   }
   unsigned sum = kSumSize * ' ';
   unsigned claimed = 0;
-  for (std::size_t i = 0; i < kHeaderSize; ++i) {
+  for (std::size_t i = 0; i < kTarHeaderSize; ++i) {
     if (i < kSum || i >= kSum + kSumSize) {
       sum += bytes[i];
     } else if (bytes[i] >= '0' && bytes[i] <= '7') {
@@ -68,9 +69,8 @@ bool isTar(std::span<const std::uint8_t> bytes) {
   return sum == claimed;
 }
 
-Handle openArchive(std::span<const std::uint8_t> bytes, const std::string& name) {
-  Handle handle(archive_read_new());
-  archive* const opened = handle.get();
+/// Returns false if it cannot be opened.
+bool openArchive(archive* opened, std::span<const std::uint8_t> bytes) {
   // None of those for which a program would be started.
   archive_read_support_filter_gzip(opened);
   archive_read_support_filter_bzip2(opened);
@@ -80,12 +80,64 @@ Handle openArchive(std::span<const std::uint8_t> bytes, const std::string& name)
   archive_read_support_format_tar(opened);
   archive_read_support_format_raw(opened);
   archive_read_support_format_empty(opened);
-  if (archive_read_open_memory(opened, bytes.data(), bytes.size()) != ARCHIVE_OK) {
-    throw InputError(name,
-                     "cannot be unpacked (" + problemOf(opened) + "); unpack it by other means");
-  }
-  return handle;
+  return archive_read_open_memory(opened, bytes.data(), bytes.size()) == ARCHIVE_OK;
 }
+
+/// Whether these bytes are a compressed file that is no archive.
+bool isGzipAlone(std::span<const std::uint8_t> bytes) {
+  return GzipStream::recognises(bytes) && !isTar(GzipStream(bytes).read(kTarHeaderSize));
+}
+
+/// Reads a file of an archive up to the last byte before damage.
+class EntryReader {
+ public:
+  explicit EntryReader(archive* opened) : opened_(opened) {}
+
+  /// The next `count` bytes, less at the end or at damage.
+  std::vector<std::uint8_t> read(std::size_t count) {
+    std::vector<std::uint8_t> bytes;
+    while (bytes.size() < count && nextBlock()) {
+      // A hole of a sparse file reads as zeros.
+      const auto hole = std::min<std::size_t>(start_ - place_, count - bytes.size());
+      bytes.resize(bytes.size() + hole);
+      const auto part = block_.first(std::min(block_.size(), count - bytes.size()));
+      bytes.insert(bytes.end(), part.begin(), part.end());
+      block_ = block_.subspan(part.size());
+      place_ += hole + part.size();
+      start_ = std::max(start_, place_);
+    }
+    return bytes;
+  }
+
+  /// What is wrong with what follows the bytes read; empty if nothing is.
+  [[nodiscard]] const std::string& damage() const { return damage_; }
+
+ private:
+  /// Returns false if there is no more.
+  bool nextBlock() {
+    while (block_.empty() && !isOver_) {
+      const void* bytes = nullptr;
+      std::size_t size = 0;
+      la_int64_t start = 0;
+      const int outcome = archive_read_data_block(opened_, &bytes, &size, &start);
+      if (outcome != ARCHIVE_OK && outcome != ARCHIVE_RETRY) {
+        isOver_ = true;
+        damage_ = outcome == ARCHIVE_EOF ? "" : problemOf(opened_);
+        return false;
+      }
+      block_ = {static_cast<const std::uint8_t*>(bytes), outcome == ARCHIVE_OK ? size : 0};
+      start_ = std::max(place_, static_cast<std::uint64_t>(std::max<la_int64_t>(start, 0)));
+    }
+    return !isOver_;
+  }
+
+  archive* opened_;
+  std::span<const std::uint8_t> block_;  // not read yet
+  std::uint64_t start_ = 0;              // of the block, in the file
+  std::uint64_t place_ = 0;              // of what is read next
+  bool isOver_ = false;
+  std::string damage_;
+};
 
 /// A file without a name, gone when it is closed.
 class UnnamedFile {
@@ -135,7 +187,15 @@ class Search {
 
   void lookInto(std::span<const std::uint8_t> bytes, const std::string& inside, int depth,
                 std::int64_t changed) {
-    const Handle handle = openArchive(bytes, name_);
+    const Handle handle(archive_read_new());
+    if (isGzipAlone(bytes) || !openArchive(handle.get(), bytes)) {
+      if (GzipStream::recognises(bytes)) {
+        lookIntoGzip(bytes, inside, depth, changed);
+      } else {
+        noteDamage(problemOf(handle.get()));
+      }
+      return;
+    }
     archive_entry* entry = nullptr;
     while (nextEntry(handle.get(), entry)) {
       if (archive_entry_filetype(entry) == AE_IFREG) {
@@ -153,10 +213,26 @@ class Search {
   bool isTooDeep = false;
 
  private:
+  /// Returns as many bytes of a file, less at its end.
+  using Read = std::function<std::vector<std::uint8_t>(std::size_t)>;
+
+  /// libarchive drops up to 64 KiB before a cut, and a whole file that is smaller.
+  void lookIntoGzip(std::span<const std::uint8_t> bytes, const std::string& inside, int depth,
+                    std::int64_t changed) {
+    GzipStream stream(bytes);
+    const auto readStream = [&](std::size_t count) {
+      auto part = stream.read(count);
+      checkSize(part.size());
+      return part;
+    };
+    lookAtContent(readStream, inside, depth, changed);
+    noteDamage(stream.damage());
+  }
+
   bool nextEntry(archive* opened, archive_entry*& entry) {
     const int outcome = archive_read_next_header(opened, &entry);
     if (outcome < ARCHIVE_WARN) {
-      noteDamage(opened);
+      noteDamage(problemOf(opened));
     }
     return outcome != ARCHIVE_EOF && outcome >= ARCHIVE_WARN;
   }
@@ -178,25 +254,38 @@ class Search {
       name.append(inside.empty() ? "" : "/").append(path == nullptr ? "?" : path);
       changed = archive_entry_mtime_is_set(entry) != 0 ? archive_entry_mtime(entry) : changed;
     }
-    const auto beginning = read(opened, kBeginning);
     if (archive_format(opened) == ARCHIVE_FORMAT_RAW &&
         archive_filter_code(opened, 0) == ARCHIVE_FILTER_NONE) {
       // Not what its first bytes promise.
-      damage = damage.empty() ? "nothing in it can be unpacked" : damage;
-    } else if (isArchive(beginning)) {
+      noteDamage("nothing in it can be unpacked");
+      return;
+    }
+    EntryReader reader(opened);
+    const auto readEntry = [&](std::size_t count) {
+      auto part = reader.read(count);
+      checkSize(part.size());
+      noteDamage(reader.damage());
+      return part;
+    };
+    lookAtContent(readEntry, name, depth, changed);
+  }
+
+  void lookAtContent(const Read& read, const std::string& name, int depth, std::int64_t changed) {
+    const auto beginning = read(kBeginning);
+    if (isArchive(beginning)) {
       if (depth == kDeepest) {
         isTooDeep = true;
         return;
       }
-      const auto file = unpack(opened, beginning);
+      const auto file = unpack(read, beginning);
       lookInto(file.bytes(), name, depth + 1, changed);
     } else if (isOfTexts_) {
       if (!beginning.empty() && std::ranges::count(beginning, 0) == 0) {
-        auto file = unpack(opened, beginning);
+        auto file = unpack(read, beginning);
         take(rank_(file.bytes()), changed, name, [&] { return std::move(file); });
       }
     } else {
-      take(rank_(beginning), changed, name, [&] { return unpack(opened, beginning); });
+      take(rank_(beginning), changed, name, [&] { return unpack(read, beginning); });
     }
   }
 
@@ -213,29 +302,10 @@ class Search {
     }
   }
 
-  /// Up to `count` bytes of an entry, less at its end.
-  std::vector<std::uint8_t> read(archive* opened, std::size_t count) {
-    std::vector<std::uint8_t> bytes(count);
-    std::size_t size = 0;
-    while (size < count) {
-      const auto more = archive_read_data(opened, bytes.data() + size, count - size);
-      if (more < 0 && more != ARCHIVE_RETRY) {
-        noteDamage(opened);
-      }
-      if (more <= 0 && more != ARCHIVE_RETRY) {
-        break;
-      }
-      size += more > 0 ? static_cast<std::size_t>(more) : 0;
-    }
-    bytes.resize(size);
-    checkSize(size);
-    return bytes;
-  }
-
-  MappedFile unpack(archive* opened, std::span<const std::uint8_t> beginning) {
+  [[nodiscard]] MappedFile unpack(const Read& read, std::span<const std::uint8_t> beginning) const {
     const UnnamedFile file;
     file.write(beginning);
-    for (auto part = read(opened, kBeginning); !part.empty(); part = read(opened, kBeginning)) {
+    for (auto part = read(kBeginning); !part.empty(); part = read(kBeginning)) {
       file.write(part);
     }
     return file.map(name_);
@@ -253,9 +323,9 @@ class Search {
     }
   }
 
-  void noteDamage(archive* opened) {
+  void noteDamage(const std::string& problem) {
     if (damage.empty()) {
-      damage = problemOf(opened);
+      damage = problem;
     }
   }
 
@@ -302,9 +372,9 @@ UnpackedRecording unpackRecording(std::span<const std::uint8_t> bytes, const std
   if (!successful.best) {
     refuse(search, name);
   }
-  const std::string inside = successful.best->name;
+  const std::string inside = std::exchange(successful.best->name, name);
   if (!inside.empty()) {
-    successful.best->name = name + " (";
+    successful.best->name += " (";
     appendPrintable(successful.best->name, inside);
     successful.best->name += ")";
   }

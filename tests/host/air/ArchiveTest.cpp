@@ -154,13 +154,51 @@ TEST(Archive, SaysWhyNothingInItIsUsed) {
       {compressed(archive_write_add_filter_xz, seven + Bytes(70'000'000, 0)),
        "a: unpacks to more than 400 times its size, as no recording does; if you trust it, unpack "
        "it by other means"},
-      {hex("1F8B0800"), "a: is damaged (nothing in it can be unpacked); copy it again"},
+      {hex("1F8B0800"), "a: is damaged (its end is missing); copy it again"},
       {zip({{"x", pcapHeader(little, 1)}}),
        "a (x): is a recording of Ethernet (link type 1), which holds no Bluetooth LE that can be "
        "read; record a Bluetooth adapter, a Bluetooth controller's USB or a Bluetooth LE sniffer"},
   };
   for (const auto& [bytes, expected] : cases) {
     EXPECT_EQ(heard(bytes), Lines{expected});
+  }
+}
+
+/// Without its last bytes.
+Bytes cut(const Bytes& bytes, std::size_t count) {
+  return {bytes.begin(), bytes.end() - static_cast<std::ptrdiff_t>(count)};
+}
+
+TEST(Archive, ThatIsDamagedIsUsedUpToThere) {
+  const auto seven = walk(7);
+  auto changed = zip({{"x", seven}}, "compression=store");
+  *(std::search(changed.begin(), changed.end(), seven.begin(), seven.end()) +
+    static_cast<std::ptrdiff_t>(seven.size() - 1)) ^= 1U;
+  const auto gz = compressed(archive_write_add_filter_gzip, seven);
+  const std::string missing = "a: is damaged (its end is missing); used up to there";
+  const std::pair<Bytes, Lines> cases[] = {
+      {cut(gz, 4), {"07", missing}},
+      {cut(compressed(archive_write_add_filter_gzip,
+                      seven + btsnoopRecord(3, 0, hex("04 0E 0100"))),
+           10),
+       {"07", missing, "a: is cut off inside the record at byte 55"}},
+      {compressed(archive_write_add_filter_gzip, cut(seven, 9)) +
+           compressed(archive_write_add_filter_gzip, Bytes(seven.end() - 9, seven.end())),
+       {"07"}},
+      {gz + Bytes(512, 0), {"07"}},
+      {cut(gz, 4) + Bytes(4, 1),
+       {"07", "a: is damaged (a part of it cannot be unpacked); used up to there"}},
+      {cut(tar({{"x", seven}}, archive_write_add_filter_gzip), 4), {"07", missing}},
+      {zip({{"x", hex("FD377A585A00 0102030405060708")}, {"y", seven}}),
+       {"07", "a: is damaged (Lzma library error: "}},
+      {changed, {"07", "a: is damaged (ZIP bad CRC: "}},
+  };
+  for (const auto& [bytes, expected] : cases) {
+    const Lines lines = heard(bytes);
+    ASSERT_EQ(lines.size(), expected.size()) << testing::PrintToString(lines);
+    for (std::size_t i = 0; i < lines.size(); ++i) {
+      EXPECT_PRED_FORMAT2(testing::IsSubstring, expected[i], lines[i]);
+    }
   }
 }
 
@@ -171,14 +209,13 @@ TEST(Archive, CutOffIsUsedUpToThere) {
     const auto record = btsnoopRecord(3, scattered, hex("04 0E0100"));
     records.insert(records.end(), record.begin(), record.end());
   }
-  const auto first = walk(7);
-  const auto whole = compressed(archive_write_add_filter_gzip, first + records);
-  const auto lines =
-      heard(Bytes(whole.begin(), whole.begin() + static_cast<std::ptrdiff_t>(whole.size() / 2)));
+  const auto whole = tar({{"x", walk(7) + records}}, archive_write_add_filter_gzip);
+  const auto lines = heard(cut(whole, whole.size() / 2));
   ASSERT_EQ(lines.size(), 3U) << testing::PrintToString(lines);
   EXPECT_EQ(lines[0], "07");
-  EXPECT_PRED_FORMAT2(testing::IsSubstring, "truncated gzip input", lines[1]);
-  EXPECT_PRED_FORMAT2(testing::IsSubstring, "is cut off inside the record", lines[2]);
+  EXPECT_EQ(lines[1], "a: is damaged (truncated gzip input); used up to there");
+  EXPECT_PRED_FORMAT2(testing::IsSubstring, "a (x): is cut off inside the record", lines[2]);
+  EXPECT_EQ(heard(cut(whole, 4)).at(1), "a: is damaged (for an unknown reason); used up to there");
 }
 
 }  // namespace
