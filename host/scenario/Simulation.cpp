@@ -9,6 +9,11 @@ void playScenario(const Scenario& scenario, Output& output, const PluginAttachme
   MainQueue queue;
   Transcript transcript(queue, output);
   Stage stage(scenario.phone, queue, transcript, attach);
+  playSteps(scenario, stage);
+}
+
+void playSteps(const Scenario& scenario, Stage& stage) {
+  MainQueue& queue = stage.queue();
   for (auto step = scenario.steps.begin(); step != scenario.steps.end();) {
     const MainQueue::Time at = step->at;
     queue.runUntil(at);

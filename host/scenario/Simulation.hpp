@@ -10,4 +10,7 @@ namespace nimbrel {
 void playScenario(const Scenario& scenario, Output& output,
                   const PluginAttachment& attach = attachPlugin);
 
+/// Performs the steps of `scenario` on a stage of its phone, up to the time of the last one.
+void playSteps(const Scenario& scenario, Stage& stage);
+
 }  // namespace nimbrel

@@ -10,12 +10,12 @@
 
 namespace nimbrel {
 
-Stage::Stage(const PhoneLine& line, MainQueue& queue, Transcript& transcript,
+Stage::Stage(const PhoneLine& line, MainQueue& queue, StageObserver& observer,
              const PluginAttachment& attach)
     : queue_(queue),
-      transcript_(transcript),
-      phone_(line.phone, queue, transcript),
-      application_(messenger_, [this](const auto& reply) { transcript_.replied(reply); }),
+      observer_(observer),
+      phone_(line.phone, queue, observer),
+      application_(messenger_, [this](const auto& reply) { observer_.replied(reply); }),
       transmitter_(queue, [this](const actions::Advertise& advertise) { hear(advertise); }) {
   // Whole microseconds, as all times are, so that the clock is the same whether it was set here or
   // by a step. Beyond 64 bits of them it stays what it is.
@@ -37,7 +37,7 @@ void Stage::perform(const actions::Call& call) { application_.call(call.method, 
 
 void Stage::perform(const actions::Listen& listen) {
   if (listen.on) {
-    application_.listen([this](const EncodableValue& event) { transcript_.received(event); });
+    application_.listen([this](const EncodableValue& event) { observer_.received(event); });
   } else {
     application_.cancel();
   }
@@ -100,6 +100,12 @@ void Stage::perform(const actions::Advertise& advertise) { transmitter_.start(ad
 void Stage::perform(const actions::Wait& /*wait*/) {}
 
 void Stage::hear(const actions::Advertise& advertise) {
+  observer_.hearing(advertise);
+  pass(advertise);
+  observer_.hasHeard();
+}
+
+void Stage::pass(const actions::Advertise& advertise) {
   if (const auto* data = std::get_if<actions::Advertise::Data>(&advertise.payload)) {
     Advertisement advertisement;
     advertisement.address = advertise.address;

@@ -7,8 +7,8 @@
 #include "host/engine/Messenger.hpp"
 #include "host/phone/Phone.hpp"
 #include "host/scenario/Scenario.hpp"
+#include "host/scenario/StageObserver.hpp"
 #include "host/scenario/Step.hpp"
-#include "host/scenario/Transcript.hpp"
 #include "host/scenario/Transmitter.hpp"
 
 namespace nimbrel {
@@ -23,9 +23,9 @@ void attachPlugin(Messenger& messenger, Phone& phone, bool isRegistered);
 /// An application, its phone and the air around it, which perform the steps of a scenario.
 class Stage {
  public:
-  /// Attaches the plug-in and runs the tasks that this queues. REQUIRES: queue and transcript
+  /// Attaches the plug-in and runs the tasks that this queues. REQUIRES: queue and observer
   /// outlive the stage, and the queue runs no task after the stage's end.
-  Stage(const PhoneLine& line, MainQueue& queue, Transcript& transcript,
+  Stage(const PhoneLine& line, MainQueue& queue, StageObserver& observer,
         const PluginAttachment& attach);
 
   [[nodiscard]] MainQueue& queue() { return queue_; }
@@ -52,9 +52,11 @@ class Stage {
   void perform(const actions::Advertise& advertise);
   void perform(const actions::Wait& wait);
   void hear(const actions::Advertise& advertise);
+  /// Passes what a step advertises to the phone.
+  void pass(const actions::Advertise& advertise);
 
   MainQueue& queue_;
-  Transcript& transcript_;
+  StageObserver& observer_;
   Phone phone_;
   Messenger messenger_;
   Application application_;

@@ -6,21 +6,20 @@
 
 #include "host/base/MainQueue.hpp"
 #include "host/base/Output.hpp"
-#include "host/engine/Application.hpp"
-#include "host/phone/Request.hpp"
+#include "host/scenario/StageObserver.hpp"
 
 namespace nimbrel {
 
 /// Writes what happens as JSON Lines, each with the time at which it happened.
-class Transcript final : public PhoneObserver {
+class Transcript final : public StageObserver {
  public:
   /// REQUIRES: both outlive the transcript.
   Transcript(const MainQueue& queue, Output& output) : queue_(queue), output_(output) {}
 
   void logged(std::string_view line) override;
   void requested(const Request& request) override;
-  void replied(const Application::Reply& reply);
-  void received(const EncodableValue& event);
+  void replied(const Application::Reply& reply) override;
+  void received(const EncodableValue& event) override;
 
   // Lines of a desk only
 
