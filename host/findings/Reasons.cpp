@@ -538,12 +538,14 @@ Rank rankOf(const Findings& findings, const FoundDevice& device) {
                : Rank::missed;
   }
   if (device.count(Fate::refused) + device.count(Fate::withheld) > 0 ||
-      (device.count(Fate::deaf) > 0 && device.count(Fate::ranged) == 0) ||
-      nearFilter(findings, device).filter != nullptr) {
+      (device.count(Fate::deaf) > 0 && device.count(Fate::ranged) == 0)) {
     return Rank::missed;
   }
   if (device.count(Fate::ranged) > 0) {
     return Rank::detected;
+  }
+  if (nearFilter(findings, device).filter != nullptr) {
+    return Rank::missed;
   }
   const FoundFrame* altBeacon = frameOfKind(device, true);
   const bool isAsked = altBeacon != nullptr && isUuidAsked(findings, altBeacon->identity.uuid);
