@@ -1,3 +1,5 @@
+#include <unistd.h>
+
 #include <memory>
 #include <optional>
 
@@ -6,6 +8,7 @@
 #include "host/cli/ReportOptions.hpp"
 #include "host/cli/ReportSession.hpp"
 #include "host/cli/Run.hpp"
+#include "host/cli/ScenarioReport.hpp"
 
 namespace nimbrel {
 
@@ -19,10 +22,16 @@ int reportCommand(int count, const char* const* arguments) {
   if (options->page != "-") {
     file.emplace(options->page, options->force);
   }
-  const int status = run(*options, true, [&](MainQueue& queue, Output& output, Output& errors) {
-    return std::make_unique<ReportSession>(*options, queue,
-                                           file.has_value() ? file->output() : output, errors);
-  });
+  int status = 0;
+  if (options->isScenario()) {
+    Output output(STDOUT_FILENO);
+    ScenarioReport(*options).write(file.has_value() ? file->output() : output);
+  } else {
+    status = run(*options, true, [&](MainQueue& queue, Output& output, Output& errors) {
+      return std::make_unique<ReportSession>(*options, queue,
+                                             file.has_value() ? file->output() : output, errors);
+    });
+  }
   if (file.has_value()) {
     file->keep();
   }

@@ -16,8 +16,8 @@ usage: nimbrel report [CAPTURE ...] -o PAGE.html [options]
 
 Runs the plug-in as nimbrel scan does with the same options, and writes one file that opens in any
 browser, without a network: what was in the air, what the application heard of it, and why not the
-rest. CAPTURE is what nimbrel scan takes; with none, it is the recording that comes with the
-program.
+rest. CAPTURE is what nimbrel scan takes, or a scenario (a name that ends in .jsonl), which is played
+as nimbrel simulate does; with none, it is the recording that comes with the program.
 )";
 
 constexpr std::string_view kNotes = R"(
@@ -28,6 +28,7 @@ and a table of all devices with what nimbrel explain says of them. It loads noth
 examples:
   nimbrel report -o walk.html
   nimbrel report walk.btsnoop -o walk.html --filter 7B4F9A60-3C1D-4E0A-9F52-6D1E2A8C0B41/1=Lobby
+  nimbrel report lobby.jsonl -o lobby.html
   nimbrel report --live --for 60 -o now.html
   nimbrel report walk.btsnoop --json | jq .headline
 )";
@@ -57,7 +58,17 @@ std::optional<ReportOptions> ReportOptions::parse(int count, const char* const* 
   }
   options.page = page.value_or("-");
   options.checkTogether(options.page != "-");
+  if (options.isScenario() && (!options.filters.empty() || options.duration.has_value() ||
+                               options.speed.has_value() || options.withholdsBeacons)) {
+    throw UsageError(
+        "a scenario has an application, a phone and a length of its own; leave --filter, --for, "
+        "--speed and --phone out");
+  }
   return options;
+}
+
+bool ReportOptions::isScenario() const {
+  return captures.size() == 1 && captures.front().ends_with(".jsonl");
 }
 
 std::string ReportOptions::command() const {

@@ -20,6 +20,9 @@ struct ReportOptions : RunOptions {
   /// `arguments` begin with the command's name.
   static std::optional<ReportOptions> parse(int count, const char* const* arguments);
 
+  /// Whether a scenario is reported on, in place of a capture.
+  [[nodiscard]] bool isScenario() const;
+
   /// The command line that makes the report again.
   [[nodiscard]] std::string command() const;
 };

@@ -1,64 +1,55 @@
 #include "host/cli/ReportSession.hpp"
 
-#include <cmath>
-
-#include "Classes/model/EncodableAccess.hpp"
-#include "host/findings/page/Page.hpp"
-
 namespace nimbrel {
 
 ReportSession::ReportSession(const ReportOptions& options, MainQueue& queue, Output& output,
                              Output& errors)
     : FindingsSession(options, options.quiet, false, queue, errors),
       options_(options),
-      output_(output) {}
+      output_(output),
+      keeper_(options) {}
 
 void ReportSession::start() {
-  begin_ = std::chrono::microseconds(std::llround(phone().timeIntervalSince1970() * 1e6));
   hasStarted_ = true;
-  lanes_.bluetoothChanged(phone().bluetooth().state(), MainQueue::Time(0));
-  lanes_.authorizationChanged(phone().location().authorization(), MainQueue::Time(0));
+  keeper_.start(phone());
   FindingsSession::start();
 }
 
 void ReportSession::clockJumped(std::chrono::microseconds before, std::chrono::microseconds after) {
   FindingsSession::clockJumped(before, after);
-  jumps_.push_back({elapsed(), {before, after}});
+  keeper_.clockJumped({before, after}, elapsed());
 }
 
 void ReportSession::requested(const Request& request) {
   FindingsSession::requested(request);
-  lanes_.requested(request, elapsed());
+  keeper_.lanes().requested(request, elapsed());
 }
 
 void ReportSession::authorizationChanged(CLAuthorizationStatus status) {
-  lanes_.authorizationChanged(status, elapsed());
+  keeper_.lanes().authorizationChanged(status, elapsed());
 }
 
 void ReportSession::bluetoothChanged(CBManagerState state) {
-  // Before the start the adapter says what it is.
+  // An adapter tells its state before the run starts.
   if (hasStarted_) {
-    lanes_.bluetoothChanged(state, elapsed());
+    keeper_.lanes().bluetoothChanged(state, elapsed());
   }
 }
 
 void ReportSession::crossed(const CLRegion& region, bool isInside) {
-  lanes_.crossed(region, isInside, elapsed());
+  keeper_.lanes().crossed(region, isInside, elapsed());
 }
 
 void ReportSession::monitoringFailed(const CLRegion* region) {
-  lanes_.monitoringFailed(region, elapsed());
+  keeper_.lanes().monitoringFailed(region, elapsed());
 }
 
 void ReportSession::settled(std::size_t device, const Advertisement& advertisement) {
-  series_.heard(device, elapsed(), advertisement.rssi);
+  keeper_.heard(device, elapsed(), advertisement.rssi);
 }
 
 void ReportSession::detected(std::optional<std::size_t> device, const EncodableMap& event) {
-  if (device.has_value()) {
-    series_.detected(*device, elapsed(), *valueFor<double>(event, "rssi"),
-                     *valueFor<double>(event, "distance"));
-  }
+  keeper_.detected(device, elapsed(), event);
 }
 
 void ReportSession::conclude(std::uint64_t damagedPackets) {
@@ -67,30 +58,8 @@ void ReportSession::conclude(std::uint64_t damagedPackets) {
 }
 
 void ReportSession::tell() {
-  lanes_.end(elapsed());
-  Report report{findings(),
-                series_,
-                lanes_,
-                "recording",
-                options_.captures,
-                options_.command(),
-                begin_,
-                WallClock(options_.utc),
-                jumps_,
-                damagedPackets_};
-  if (options_.live) {
-    report.kind = "live";
-  } else if (report.files.empty()) {
-    report.files.emplace_back("the bundled recording");
-  }
-  if (options_.json) {
-    appendReportJson(output_.buffer(), report);
-  } else {
-    std::string json;
-    appendReportJson(json, report);
-    appendPage(output_.buffer(), json);
-  }
-  output_.flush();
+  keeper_.write(findings(), elapsed(), options_.live ? "live" : "recording", damagedPackets_,
+                output_);
 }
 
 }  // namespace nimbrel

@@ -3,18 +3,15 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
-#include <vector>
 
 #include "host/base/Output.hpp"
 #include "host/cli/FindingsSession.hpp"
+#include "host/cli/ReportKeeper.hpp"
 #include "host/cli/ReportOptions.hpp"
-#include "host/findings/Lanes.hpp"
-#include "host/findings/ReportJson.hpp"
-#include "host/findings/Series.hpp"
 
 namespace nimbrel {
 
-/// The application of `nimbrel report`: it keeps what happened when, and writes the report in the
+/// The application of `nimbrel report`: it keeps what happened when, and writes the report at the
 /// end.
 class ReportSession final : public FindingsSession {
  public:
@@ -38,11 +35,8 @@ class ReportSession final : public FindingsSession {
 
   const ReportOptions& options_;
   Output& output_;
-  Series series_;
-  Lanes lanes_;
+  ReportKeeper keeper_;
   bool hasStarted_ = false;
-  std::chrono::microseconds begin_{};
-  std::vector<Report::Jump> jumps_;
   std::uint64_t damagedPackets_ = 0;
 };
 

@@ -96,6 +96,41 @@ TEST(ReportJson, HasAThousandBeaconsAtMost) {
   EXPECT_EQ(report["beaconsLeftOut"], 100);
 }
 
+TEST(ReportJson, TellsOfAScenarioWithItsOwnApplicationAndPhone) {
+  const TemporaryFile file(R"({"phone": {"authorization": "whenInUse", "regionExitDelay": 2}}
+{"listen": true}
+{"call": "startDetection", "arguments": {"filters": [{"uuid": "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0", "identifier": "Desk"}]}}
+{"at": 1, "advertise": {"address": "C6:55:44:33:22:01", "manufacturerData": "4C000215E2C56DB5DFFB48D2B060D0F5A71096E000010002C5", "rssi": -60}, "every": 0.5, "for": 2}
+{"at": 4, "bluetooth": "poweredOff"}
+{"at": 5, "advertise": {"address": "C6:55:44:33:22:01", "name": "x", "rssi": -60}}
+{"at": 6, "authorization": "denied"}
+{"at": 8, "wait": true}
+)");
+  const std::string scenario = file.path() + ".jsonl";
+  std::filesystem::copy_file(file.path(), scenario);
+  const Json report = Json::parse(runCommand({"report", scenario, "--json"}).output);
+  EXPECT_EQ(report["source"]["kind"], "scenario");
+  EXPECT_EQ(report["source"]["begin"], 1'700'000'000'000);
+  EXPECT_EQ(report["devices"][0]["fates"], Json::parse(R"({"ranged": 5, "deaf": 1})"));
+  EXPECT_EQ(report["devices"][0]["last"], 1'700'000'005'000);
+  EXPECT_EQ(report["run"]["filters"][0]["filter"], std::string(kUuid).append("=Desk"));
+  EXPECT_EQ(report["series"][0]["readings"].size(), 6U);
+  std::string lanes;
+  for (const Json& lane : report["lanes"]) {
+    for (const Json& stretch : lane["stretches"]) {
+      lanes.append(stretch["state"].get<std::string>()).append(stretch["from"].dump());
+      lanes.append("-").append(stretch["to"].dump()).append(" ");
+    }
+  }
+  EXPECT_EQ(lanes,
+            "poweredOn0.0-4.0 poweredOff4.0-8.0 whenInUse0.0-6.0 denied6.0-8.0 ranged0.0-5.0 "
+            "inside1.0-5.0 ");
+  EXPECT_NE(
+      runCommand({"report", scenario, "--json", "--filter", kUuid}).errors.find("leave --filter"),
+      std::string::npos);
+  std::filesystem::remove(scenario);
+}
+
 TEST(ReportPage, HoldsTheDataAsDataWhateverDevicesAreCalled) {
   const std::string name = "</script><img src=x>";
   const Outcome outcome = runOver(report(0, "01", named(name)), {"-o", "-"}, "report");
