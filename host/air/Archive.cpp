@@ -347,7 +347,8 @@ class Search {
     throw InputError(name, "holds archives in archives, more than three deep; unpack it first");
   }
   throw InputError(name,
-                   "holds no recording that can be read; of Android, switch on the Bluetooth HCI "
+                   "is an archive and holds no recording that can be read; of Android, switch on "
+                   "the Bluetooth HCI "
                    "snoop log before you take the bug report");
 }
 

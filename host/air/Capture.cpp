@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "host/air/Archive.hpp"
+#include "host/air/OtherFiles.hpp"
 #include "host/base/InputError.hpp"
 
 namespace nimbrel {
@@ -99,9 +100,7 @@ Capture::Source Capture::sourceOf(std::span<const std::uint8_t> bytes, const std
   if (BugReport::recognises(bytes)) {
     return BugReport(bytes, name);
   }
-  throw InputError(name,
-                   "is not a capture of a known format; record or convert it to btsnoop, "
-                   "PacketLogger, pcap or pcapng");
+  throw InputError(name, refusalOfOtherFile(bytes));
 }
 
 const Advertisement* Capture::next() {
@@ -193,7 +192,8 @@ std::string Capture::silence() const {
       return none +
              "; have the sniffer listen to the advertising channels, near to what advertises";
     case Packet::Origin::usb:
-      return none + "; record the USB of a Bluetooth controller while a scan runs";
+      return "is a recording of USB, and " + none +
+             "; record the USB of a Bluetooth controller while a scan runs";
     default:
       return none + "; record while a scan runs";
   }

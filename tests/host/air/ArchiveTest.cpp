@@ -147,7 +147,8 @@ TEST(Archive, SaysWhyNothingInItIsUsed) {
   EXPECT_EQ(heard(deep), Lines{"07"});
   const std::pair<Bytes, std::string> cases[] = {
       {zip({kNote}),
-       "a: holds no recording that can be read; of Android, switch on the Bluetooth HCI snoop log "
+       "a: is an archive and holds no recording that can be read; of Android, switch on the "
+       "Bluetooth HCI snoop log "
        "before you take the bug report"},
       {zip({{"x", deep}}), "a: holds archives in archives, more than three deep; unpack it first"},
       {zip({{"x", seven}}, "encryption=zipcrypt"), "a: is encrypted; unpack it first"},

@@ -178,6 +178,8 @@ TEST_F(CaptureOf, ARecordOfAbsurdLengthIsUsedUpToThere) {
 }
 
 TEST_F(CaptureOf, WhatCannotBeUsedSaysWhyAndWhatToDo) {
+  const std::string known = "; record or convert it to btsnoop, PacketLogger, pcap or pcapng";
+  const Bytes dumped = hex("0600 01 00 00F15365 00000000 04 0E 03 AABBCC");
   const std::string advice =
       " holds no Bluetooth LE that can be read; record a Bluetooth adapter, a Bluetooth "
       "controller's USB or a Bluetooth LE sniffer";
@@ -185,9 +187,21 @@ TEST_F(CaptureOf, WhatCannotBeUsedSaysWhyAndWhatToDo) {
     Bytes bytes;
     std::string message;
   } cases[] = {
-      {text("Dear diary, today I walked"),
-       "walk: is not a capture of a known format; record or convert it to btsnoop, PacketLogger, "
-       "pcap or pcapng"},
+      {text("Dear diary,\ntoday I walked\xE2\x80\xA6"), "walk: is a text, not a recording" + known},
+      {text("> HCI Event: LE Meta Event (0x3e) plen 26"),
+       "walk: is a log that a program printed; record packets themselves (btmon --write)"},
+      {hex("FFD8FFE0 0010"), "walk: is a JPEG picture, not a recording" + known},
+      {hex("377ABCAF271C 0004"),
+       "walk: is a 7-Zip archive, not a recording; unpack it and name the recording in it"},
+      {dumped + dumped + hex("0400 00 00 00F15365 3F420F00 01030C00"),
+       "walk: is a recording of hcidump, which cannot be read; convert it (editcap -F btsnoop FILE "
+       "NEW), or record with btmon --write"},
+      {dumped + dumped + hex("0400 00 00 00F15365 40420F00 01030C00"),
+       "walk: is not a capture of a known format" + known},
+      {hex("01030C00 02 0100 0200 AABB 04 0E 01 00"),
+       "walk: holds HCI packets without their times; record with btmon --write, which keeps them"},
+      {hex("01030C00 02 0100 0200 AABB 04 0E 02 00"),
+       "walk: is not a capture of a known format" + known},
       {text("btsn"), "walk: is cut off inside the btsnoop file header; record the capture again"},
       {btsnoop(1003, {}),
        "walk: btsnoop datalink 1003 (HCI BCSP) cannot be read; record HCI H1 (1001), HCI H4 (1002) "
@@ -235,8 +249,8 @@ TEST_F(CaptureOf, ASilentRecordingSaysWhatToDo) {
       {pcap(little, 251, kWrongPdu),
        none + " with a right checksum, and 1 with a wrong one; put the sniffer nearer to what "
               "advertises"},
-      {pcap(little, 220, {}),
-       none + "; record the USB of a Bluetooth controller while a scan runs"},
+      {pcap(little, 220, {}), "is a recording of USB, and " + none +
+                                  "; record the USB of a Bluetooth controller while a scan runs"},
   };
   for (const auto& [bytes, expected] : cases) {
     EXPECT_EQ(heard(bytes), Heard{});
