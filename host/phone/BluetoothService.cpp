@@ -83,8 +83,7 @@ bool BluetoothService::isListening() const {
          std::ranges::any_of(managers_, &Manager::isScanning);
 }
 
-ScanOutcome BluetoothService::hear(const DeviceAddress& address, Device& device,
-                                   std::optional<Device::Bytes> manufacturerData, double rssi) {
+ScanOutcome BluetoothService::hear(Device& device) const {
   if (!isListening()) {
     return ScanOutcome::deaf;
   }
@@ -93,6 +92,11 @@ ScanOutcome BluetoothService::hear(const DeviceAddress& address, Device& device,
   }
   device.isChanged = false;
   device.lastDiscovered = queue_.now();
+  return ScanOutcome::discovered;
+}
+
+void BluetoothService::discover(const DeviceAddress& address, const Device& device,
+                                const std::optional<Device::Bytes>& manufacturerData, double rssi) {
   peripheral_.identifier = peripheralIdentifier(address);
   peripheral_.name = device.name();
   CBAdvertisementData data;
@@ -105,7 +109,6 @@ ScanOutcome BluetoothService::hear(const DeviceAddress& address, Device& device,
       delegate.centralManagerDidDiscover(manager, peripheral_, data, rssi);
     }
   });
-  return ScanOutcome::discovered;
 }
 
 UUID peripheralIdentifier(const DeviceAddress& address) {

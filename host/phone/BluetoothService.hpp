@@ -39,10 +39,13 @@ class BluetoothService {
   /// Whether Bluetooth is on and a scan runs.
   [[nodiscard]] bool isListening() const;
 
-  /// Takes a device that the phone received, with the `manufacturerData` that scans see. Every
-  /// running scan discovers it, unless it is unchanged and was discovered within the last second.
-  ScanOutcome hear(const DeviceAddress& address, Device& device,
-                   std::optional<Device::Bytes> manufacturerData, double rssi);
+  /// What a running scan makes of a device that the phone received: it discovers the device, unless
+  /// that is unchanged and was discovered within the last second.
+  ScanOutcome hear(Device& device) const;
+
+  /// Every running scan discovers a device, of which it sees `manufacturerData`.
+  void discover(const DeviceAddress& address, const Device& device,
+                const std::optional<Device::Bytes>& manufacturerData, double rssi);
 
  private:
   class Manager;

@@ -4,28 +4,6 @@
 
 namespace nimbrel {
 
-namespace {
-
-std::size_t indexOf(Device::Part part) { return static_cast<std::size_t>(part); }
-
-}  // namespace
-
-std::size_t Device::offsetOf(std::size_t index) const {
-  std::size_t offset = 0;
-  for (std::size_t before = 0; before < index; ++before) {
-    offset += sizes_[before] == kAbsent ? 0 : sizes_[before];
-  }
-  return offset;
-}
-
-std::optional<Device::Bytes> Device::part(Part part) const {
-  const std::size_t index = indexOf(part);
-  if (sizes_[index] == kAbsent) {
-    return std::nullopt;
-  }
-  return Bytes(block_.get() + offsetOf(index), sizes_[index]);
-}
-
 std::optional<std::string_view> Device::name() const {
   const std::optional<Bytes> bytes = part(Part::name);
   if (!bytes.has_value()) {
@@ -47,8 +25,9 @@ bool Device::set(Part changed, std::optional<Bytes> bytes) {
   for (const std::optional<Bytes>& each : parts) {
     size += each.has_value() ? each->size() : 0;
   }
-  std::unique_ptr<std::uint8_t[]> block(new std::uint8_t[size]);
-  std::uint8_t* end = block.get();
+  std::array<std::uint8_t, std::tuple_size_v<decltype(few_)>> few{};
+  std::unique_ptr<std::uint8_t[]> block(size > few.size() ? new std::uint8_t[size] : nullptr);
+  std::uint8_t* end = block != nullptr ? block.get() : few.data();
   for (std::size_t index = 0; index < parts.size(); ++index) {
     sizes_[index] = kAbsent;
     if (const std::optional<Bytes>& each = parts[index]) {
@@ -56,6 +35,7 @@ bool Device::set(Part changed, std::optional<Bytes> bytes) {
       end = std::copy(each->begin(), each->end(), end);
     }
   }
+  few_ = few;
   block_ = std::move(block);
   return true;
 }

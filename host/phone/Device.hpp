@@ -13,7 +13,8 @@
 namespace nimbrel {
 
 /// What a phone remembers of one device. A scan of a crowded place hears a million of them, so the
-/// byte strings of a device stand in one block of memory, one behind the other.
+/// byte strings of a device stand one behind the other: in the device itself, as those of a beacon,
+/// or in one block of memory where they are longer.
 class Device {
  public:
   enum class Part : std::uint8_t {
@@ -25,7 +26,16 @@ class Device {
 
   /// The parts stand one behind the other in this order. The views are valid until the next change
   /// of any part.
-  [[nodiscard]] std::optional<Bytes> part(Part part) const;
+  [[nodiscard]] std::optional<Bytes> part(Part part) const {
+    std::size_t offset = 0;
+    for (std::size_t before = 0; before < indexOf(part); ++before) {
+      offset += has(before) ? sizes_[before] : 0;
+    }
+    if (!has(indexOf(part))) {
+      return std::nullopt;
+    }
+    return Bytes(bytes() + offset, sizes_[indexOf(part)]);
+  }
   [[nodiscard]] std::optional<std::string_view> name() const;
 
   /// Returns whether that made a difference. `bytes` may be a view of another part.
@@ -42,10 +52,15 @@ class Device {
  private:
   static constexpr std::uint32_t kAbsent = UINT32_MAX;
 
-  [[nodiscard]] std::size_t offsetOf(std::size_t index) const;
+  static std::size_t indexOf(Part part) { return static_cast<std::size_t>(part); }
+  [[nodiscard]] bool has(std::size_t index) const { return sizes_[index] != kAbsent; }
+  [[nodiscard]] const std::uint8_t* bytes() const {
+    return block_ != nullptr ? block_.get() : few_.data();
+  }
 
   std::array<std::uint32_t, 3> sizes_{kAbsent, kAbsent, kAbsent};
-  std::unique_ptr<std::uint8_t[]> block_;
+  std::array<std::uint8_t, 28> few_{};
+  std::unique_ptr<std::uint8_t[]> block_;  // null where the few are enough
 };
 
 }  // namespace nimbrel

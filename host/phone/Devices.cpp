@@ -76,19 +76,42 @@ std::optional<Bytes> Devices::visibleManufacturerData(const Device& device) cons
 }
 
 Device& Devices::deviceOf(const DeviceAddress& address, MainQueue::Time now) {
-  auto found = devices_.find(address);
-  if (found == devices_.end()) {
-    if (devices_.size() >= sweepAt_) {
-      std::erase_if(devices_, [now](const auto& entry) { return isForgotten(entry.second, now); });
-      sweepAt_ = std::max(kFewDevices, devices_.size() * 2);
-    }
-    found = devices_.try_emplace(address).first;
-    everHeard_.insert(address);
-  } else if (isForgotten(found->second, now)) {
-    found->second = Device();
+  if (remembered() >= sweepAt_) {
+    sweep(now);
   }
-  found->second.lastHeard = now;
-  return found->second;
+  const auto [number, isNew] = numbers_.tryEmplace(address);
+  if (isNew) {
+    number = freeDevice();
+    everHeard_.tryEmplace(address);
+  } else if (isForgotten(device(number), now)) {
+    device(number) = Device();
+  }
+  device(number).lastHeard = now;
+  return device(number);
+}
+
+std::uint32_t Devices::freeDevice() {
+  if (!free_.empty()) {
+    const std::uint32_t number = free_.back();
+    free_.pop_back();
+    return number;
+  }
+  if (made_ % kBlock == 0) {
+    blocks_.push_back(std::make_unique<Device[]>(kBlock));
+  }
+  return made_++;
+}
+
+void Devices::sweep(MainQueue::Time now) {
+  numbers_.eraseIf([&](std::uint32_t number) {
+    const bool isUnused = isForgotten(device(number), now);
+    if (isUnused) {
+      device(number) = Device();
+      free_.push_back(number);
+    }
+    return isUnused;
+  });
+  sweepAt_ = std::max(kBlock, remembered() * 2);
 }
 
 void Devices::takeName(Device& device, const AdvertisingData& data, bool isScanResponse) {

@@ -2,15 +2,16 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 #include "host/air/Advertisement.hpp"
 #include "host/air/AdvertisingData.hpp"
 #include "host/base/MainQueue.hpp"
-#include "host/phone/AddressSet.hpp"
+#include "host/phone/AddressTable.hpp"
 #include "host/phone/Device.hpp"
 
 namespace nimbrel {
@@ -47,20 +48,30 @@ class Devices {
   /// How many devices were ever heard.
   [[nodiscard]] std::size_t everHeard() const { return everHeard_.size(); }
   /// How many of them take memory now.
-  [[nodiscard]] std::size_t remembered() const { return devices_.size(); }
+  [[nodiscard]] std::size_t remembered() const { return numbers_.size(); }
 
  private:
+  static constexpr std::size_t kBlock = 1024;
+
   Device& deviceOf(const DeviceAddress& address, MainQueue::Time now);
+  /// Returns the number of an unused device.
+  std::uint32_t freeDevice();
+  void sweep(MainQueue::Time now);
+  [[nodiscard]] Device& device(std::uint32_t number) {
+    return blocks_[number / kBlock][number % kBlock];
+  }
   void takeName(Device& device, const AdvertisingData& data, bool isScanResponse);
   void set(Device& device, Device::Part part, std::optional<Device::Bytes> bytes) const;
 
   Visibility visibility_;
-  std::unordered_map<DeviceAddress, Device, DeviceAddressHash> devices_;
-  AddressSet everHeard_;
-  static constexpr std::size_t kFewDevices = 1024;
-  std::size_t sweepAt_ =
-      kFewDevices;       // the number of devices at which the forgotten ones are erased
-  std::string cleaned_;  // keeps its memory from name to name
+  struct Nothing {};
+  AddressTable<Nothing> everHeard_;
+  AddressTable<std::uint32_t> numbers_;            // of the devices that are remembered
+  std::vector<std::unique_ptr<Device[]>> blocks_;  // of devices, which never move
+  std::uint32_t made_ = 0;                         // devices in the blocks
+  std::vector<std::uint32_t> free_;                // those of them that are unused
+  std::size_t sweepAt_ = kBlock;  // the number of devices at which the forgotten ones are freed
+  std::string cleaned_;           // keeps its memory from name to name
 };
 
 }  // namespace nimbrel

@@ -54,7 +54,10 @@ void Phone::pass(const DeviceAddress& address, Device& device,
                  const std::optional<BeaconFrame>& frame, bool isHidden, double rssi) {
   ScanOutcome scan = ScanOutcome::deaf;
   if (!withholdsBeacons_ || !frame.has_value() || isHidden) {
-    scan = bluetooth_.hear(address, device, devices_.visibleManufacturerData(device), rssi);
+    scan = bluetooth_.hear(device);
+    if (scan == ScanOutcome::discovered) {
+      bluetooth_.discover(address, device, devices_.visibleManufacturerData(device), rssi);
+    }
   } else if (bluetooth_.isListening()) {
     scan = ScanOutcome::withheld;
   }

@@ -22,6 +22,11 @@ class DevicesSeen : public testing::Test {
     return std::string(device.name().value_or("-")) + "|" + (visible ? toHex(*visible) : "-") +
            (std::exchange(device.isChanged, false) ? "*" : "");
   }
+  static DeviceAddress numbered(std::uint32_t number) {
+    DeviceAddress address;
+    std::ranges::copy(big(6, number), address.bytes.begin());
+    return address;
+  }
   static Bytes made(std::string_view digits) { return testing_support::made(hex(digits)); }
 
   Devices devices{{}};
@@ -117,13 +122,12 @@ TEST_F(DevicesSeen, AsNewOnesAfterTenMinutesOfSilence) {
   EXPECT_EQ(devices.everHeard(), 1U);
 }
 
-TEST_F(DevicesSeen, LongAgoTakeNoMemory) {
+TEST_F(DevicesSeen, LongAgoTakeNoMemoryAndLeaveNoTrace) {
   for (std::uint32_t number = 0; number < 50'000; ++number) {
     time += 1s;
-    const auto digits = big(6, number);
-    DeviceAddress address;
-    std::ranges::copy(digits, address.bytes.begin());
-    seen({}, false, address);
+    const bool isNamed = number % 2 == 0;
+    ASSERT_EQ(seen(isNamed ? named("Lamp") : Bytes(), false, numbered(number)),
+              isNamed ? "Lamp|-*" : "-|-*");
   }
   time += 10min;
   for (std::uint8_t number = 0; number < 3; ++number) {
@@ -131,6 +135,20 @@ TEST_F(DevicesSeen, LongAgoTakeNoMemory) {
   }
   EXPECT_EQ(devices.everHeard(), 50'000U) << "each once";
   EXPECT_LE(devices.remembered(), 2 * 1024U);
+}
+
+TEST_F(DevicesSeen, ManyOfThemEachWithItsOwnData) {
+  constexpr std::uint32_t kDevices = 3000;
+  const auto nameOf = [](std::uint32_t number) {
+    return std::to_string(number) + std::string(number % 40, 'x');
+  };
+  for (std::uint32_t number = 0; number < kDevices; ++number) {
+    seen(named(nameOf(number)) + made("0102"), false, numbered(number));
+  }
+  for (std::uint32_t number = 0; number < kDevices; ++number) {
+    ASSERT_EQ(seen(made("0102"), false, numbered(number)), nameOf(number) + "|0102");
+  }
+  EXPECT_EQ(devices.remembered(), kDevices);
 }
 
 TEST_F(DevicesSeen, ApartByAddressAndItsType) {
