@@ -13,7 +13,7 @@
 #include "Classes/bluetooth/BeaconFrame.hpp"
 #include "Classes/model/BeaconFilter.hpp"
 #include "Classes/text/TextOf.hpp"
-#include "Classes/text/TransparentHash.hpp"
+#include "Classes/text/UuidText.hpp"
 #include "platform/CoreBluetooth.hpp"
 #include "platform/CoreLocation.hpp"
 #include "platform/Flutter.hpp"
@@ -117,7 +117,7 @@ class NimbrelPlugin final : public FlutterPlugin,
 
   void startGenericBLEScanning();
   /// `identifier` is the text of the peripheral's identifier.
-  void sendGenericBeaconData(const CBPeripheral& peripheral, std::string_view identifier,
+  void sendGenericBeaconData(const CBPeripheral& peripheral, const UuidText& identifier,
                              const CBAdvertisementData& advertisementData, double rssi);
   /// What the manufacturer data of one advertisement holds.
   struct DecodedAdvertisement {
@@ -153,7 +153,8 @@ class NimbrelPlugin final : public FlutterPlugin,
   std::unique_ptr<CBCentralManager> bluetoothManager;
   FlutterEventSink eventSink;
   FlutterResult permissionResult;
-  std::unordered_map<std::string, Detection, TransparentHash, std::equal_to<>> lastBeaconDetections;
+  /// By the text of a device's identifier.
+  std::unordered_map<UuidText, Detection, UuidTextHash> lastBeaconDetections;
   const double minimumUpdateInterval = 2.0;  // seconds
   const double rssiThreshold = 3.0;          // dB
   bool isScanning = false;

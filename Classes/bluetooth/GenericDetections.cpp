@@ -26,22 +26,19 @@ void NimbrelPlugin::centralManagerDidDiscover(CBCentralManager& /*central*/,
   }
   const UuidText identifier(peripheral.identifier);
   const double now = platform.timeIntervalSince1970();
-  const auto last = lastBeaconDetections.find(std::string_view(identifier));
-  if (last == lastBeaconDetections.end()) {
-    lastBeaconDetections.emplace(std::string_view(identifier), Detection{now, rssi});
-  } else if (now - last->second.timestamp < minimumUpdateInterval &&
-             std::abs(rssi - last->second.rssi) < rssiThreshold) {
+  const auto [last, isNew] = lastBeaconDetections.try_emplace(identifier, Detection{now, rssi});
+  if (!isNew && now - last->second.timestamp < minimumUpdateInterval &&
+      std::abs(rssi - last->second.rssi) < rssiThreshold) {
     return;
-  } else {
-    last->second = {now, rssi};
   }
+  last->second = {now, rssi};
   if (isAdmitted(peripheral, advertisementData)) {
     sendGenericBeaconData(peripheral, identifier, advertisementData, rssi);
   }
 }
 
 void NimbrelPlugin::sendGenericBeaconData(const CBPeripheral& peripheral,
-                                          std::string_view identifier,
+                                          const UuidText& identifier,
                                           const CBAdvertisementData& advertisementData,
                                           double rssi) {
   DetectionEvent event;

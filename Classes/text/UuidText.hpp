@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string_view>
 
@@ -51,8 +52,16 @@ class UuidText {
   /// Valid as long as the object is.
   operator std::string_view() const { return {characters_.data(), characters_.size()}; }
 
+  friend bool operator==(const UuidText&, const UuidText&) = default;
+
  private:
   std::array<char, 36> characters_{};
+};
+
+struct UuidTextHash {
+  std::size_t operator()(std::string_view text) const {
+    return std::hash<std::string_view>()(text);
+  }
 };
 
 /// Parses a text of that form, in either letter case. Absent for any other text.
