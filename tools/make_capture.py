@@ -234,14 +234,15 @@ def recording(begin=0.0, end=math.inf):
                     if begin <= when / 1e6 <= end)
 
 
-def load(reports):
-    """Every other device is an iBeacon. Yields the records."""
+def load(reports, count, interval):
+    """Reports of so many devices, every other one an iBeacon, at such an interval in microseconds.
+    Yields the records."""
     chance = random.Random(1000)
     devices = []
-    for number in range(1000):
-        device = bytes([number & 0xFF, number >> 8]) + chance.randbytes(3) + b"\xC9"
+    for number in range(count):
+        device = number.to_bytes(3, "little") + chance.randbytes(2) + b"\xC9"
         if number % 2 == 0:
-            data = ibeacon(GALLERY, number // 100, number)
+            data = ibeacon(GALLERY, number // 100 & 0xFFFF, number & 0xFFFF)
         else:
             data = FLAGS + name(f"Device {number}") + manufacturer(0x0059, chance.randbytes(6))
         packet = legacy_event(legacy_report(ADV_NONCONN_IND, RANDOM, device, data, 0))
@@ -250,11 +251,11 @@ def load(reports):
     stamp = struct.Struct(">Q").pack
     first = BTSNOOP_EPOCH + START
     for number in range(reports):
-        bits = chance.getrandbits(20)
-        head, packet, strength = devices[bits % 1000]
+        bits = chance.getrandbits(30)
+        head, packet, strength = devices[bits % count]
         # A signed byte: from -80 to -37 dBm, the device's own strength and some noise.
-        yield b"".join((head, stamp(first + 1000 * number), packet,
-                        bytes((strength - 4 + (bits >> 17),))))
+        yield b"".join((head, stamp(first + interval * number), packet,
+                        bytes((strength - 4 + (bits >> 27),))))
 
 
 def positive(text):
@@ -264,7 +265,7 @@ def positive(text):
     return number
 
 
-positive.__name__ = "number of reports"
+positive.__name__ = "positive number"
 
 
 def main():
@@ -277,15 +278,17 @@ def main():
     piece.add_argument("file", type=pathlib.Path)
     piece.add_argument("begin", type=float, metavar="FROM")
     piece.add_argument("end", type=float, metavar="TO")
-    bulk = made.add_parser("load", help="one report a millisecond from a thousand devices")
+    bulk = made.add_parser("load", help="many reports of many devices")
     bulk.add_argument("file", type=pathlib.Path)
     bulk.add_argument("reports", type=positive)
+    bulk.add_argument("--devices", type=positive, default=1000)
+    bulk.add_argument("--interval", type=positive, default=1000, metavar="MICROSECONDS")
     arguments = parser.parse_args()
     try:
         with arguments.file.open("wb") as file:
             file.write(BTSNOOP_HEADER)
             if arguments.made == "load":
-                file.writelines(load(arguments.reports))
+                file.writelines(load(arguments.reports, arguments.devices, arguments.interval))
             elif arguments.made == "clip":
                 file.write(recording(arguments.begin, arguments.end))
             else:
