@@ -18,7 +18,7 @@ namespace {
 
 // What a browser opens at once, as a file of less than 3 MB.
 constexpr std::size_t kDevicesAtMost = 1000;
-constexpr std::size_t kBytesOfDevicesAtMost = 1'200'000;
+constexpr std::size_t kBytesOfDevicesAtMost = 1'000'000;
 constexpr std::size_t kBeaconsAtMost = 1000;
 constexpr std::size_t kSeriesAtMost = 100;
 constexpr std::size_t kCellsAtMost = 40'000;

@@ -268,6 +268,7 @@
   const colourOf = (each) => hasColour(each) ? theme.series[each.place] :
       state.alone === each                   ? theme.series[0] :
                                                theme.rest;
+  const nameOf = (each) => `series ${each.place}`;
   const isShown = (each) => state.alone === null || state.alone === each;
   /** The first series is drawn last, so that it lies on top. */
   const shownSeries = () => series.filter(isShown).reverse();
@@ -333,9 +334,16 @@
       this.cursor = make('div', {className: 'cursor', hidden: true});
       this.root.append(this.chart, this.cursor);
       this.isOurs = false;
-      this.graph = new Dygraph(this.chart, tableOf(series.map(points)), {
-        labels: ['time', ...series.map((each) => `series ${each.place}`), 'strongest'],
-        series: {strongest: {showInRangeSelector: true}},
+      // The last one is drawn on top.
+      const drawn = [...series].reverse();
+      this.drawn = drawn;
+      this.graph = new Dygraph(this.chart, tableOf(drawn.map(points)), {
+        labels: ['time', ...drawn.map(nameOf), 'strongest'],
+        series: {
+          strongest: {showInRangeSelector: true},
+          ...Object.fromEntries(drawn.filter((each) => !hasColour(each))
+                                    .map((each) => [nameOf(each), {strokeWidth: 1}])),
+        },
         labelsUTC: true,
         legend: 'never',
         connectSeparatedPoints: true,
@@ -454,8 +462,8 @@
 
     show() {
       this.update({
-        visibility: [...series.map(isShown), false],
-        colors: [...series.map(colourOf), theme.quiet],
+        visibility: [...this.drawn.map(isShown), false],
+        colors: [...this.drawn.map(colourOf), theme.quiet],
         axisLineColor: theme.line,
         gridLineColor: theme.line,
         rangeSelectorPlotStrokeColor: theme.rest,
@@ -645,14 +653,14 @@
   /** The lane of a series: stretches of detections of one class of proximity. */
   function nearnessLane(each) {
     const stretches = [];
-    for (const {at, distance} of each.detections) {
-      const word = distance === null ? null : proximity(distance);
-      const last = stretches.at(-1);
-      const isNext = last !== undefined && at - last.to <= Math.max(2.5, 2 * step);
-      if (isNext) {
-        last.to = Math.max(at, last.to);
+    for (const {at, distance} of each.detections.filter(
+             (detection) => detection.distance !== null)) {
+      const word = proximity(distance);
+      const last = stretches[stretches.length - 1];
+      if (last !== undefined && at - last.to <= Math.max(2.5, 2 * step)) {
+        last.to = at;
       }
-      if (word !== null && !(isNext && last.state === word)) {
+      if (last === undefined || last.to !== at || last.state !== word) {
         stretches.push({state: word, from: at, to: Math.min(at + Math.max(step, 0.5), length)});
       }
     }
