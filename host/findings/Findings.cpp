@@ -255,7 +255,8 @@ void Findings::countRanged(Acceptance& acceptance) {
 std::optional<std::size_t> Findings::received(const EncodableMap& event) {
   ++events_;
   if (isGeneric()) {
-    if (device_ == nullptr) {
+    // One advertisement leads to one event at most.
+    if (device_ == nullptr || hasEvent_) {
       ++unheardEvents_;
       return std::nullopt;
     }

@@ -96,25 +96,23 @@ TEST(ReportJson, HasAThousandBeaconsAtMost) {
   EXPECT_EQ(report["beaconsLeftOut"], 100);
 }
 
-TEST(ReportJson, TellsOfAScenarioWithItsOwnApplicationAndPhone) {
-  const TemporaryFile file(R"({"phone": {"authorization": "whenInUse", "regionExitDelay": 2}}
-{"listen": true}
-{"call": "startDetection", "arguments": {"filters": [{"uuid": "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0", "identifier": "Desk"}]}}
-{"at": 1, "advertise": {"address": "C6:55:44:33:22:01", "manufacturerData": "4C000215E2C56DB5DFFB48D2B060D0F5A71096E000010002C5", "rssi": -60}, "every": 0.5, "for": 2}
-{"at": 4, "bluetooth": "poweredOff"}
-{"at": 5, "advertise": {"address": "C6:55:44:33:22:01", "name": "x", "rssi": -60}}
-{"at": 6, "authorization": "denied"}
-{"at": 8, "wait": true}
-)");
+/// Reports on a scenario of these lines.
+Outcome runScenario(const std::string& lines, std::vector<std::string> options = {}) {
+  const TemporaryFile file(lines);
   const std::string scenario = file.path() + ".jsonl";
-  std::filesystem::copy_file(file.path(), scenario);
-  const Json report = Json::parse(runCommand({"report", scenario, "--json"}).output);
-  EXPECT_EQ(report["source"]["kind"], "scenario");
-  EXPECT_EQ(report["source"]["begin"], 1'700'000'000'000);
-  EXPECT_EQ(report["devices"][0]["fates"], Json::parse(R"({"ranged": 5, "deaf": 1})"));
-  EXPECT_EQ(report["devices"][0]["last"], 1'700'000'005'000);
-  EXPECT_EQ(report["run"]["filters"][0]["filter"], std::string(kUuid).append("=Desk"));
-  EXPECT_EQ(report["series"][0]["readings"].size(), 6U);
+  std::filesystem::rename(file.path(), scenario);
+  options.insert(options.begin(), {"report", scenario, "--json"});
+  Outcome outcome = runCommand(options);
+  std::filesystem::remove(scenario);
+  return outcome;
+}
+
+std::string advertise(const std::string& last, const std::string& parts) {
+  std::string line = R"({"at": 1, "advertise": {"address": "C6:55:44:33:)";
+  return line.append(last).append(R"(", "rssi": -60, )").append(parts).append("}}\n");
+}
+
+std::string lanesOf(const Json& report) {
   std::string lanes;
   for (const Json& lane : report["lanes"]) {
     for (const Json& stretch : lane["stretches"]) {
@@ -122,13 +120,65 @@ TEST(ReportJson, TellsOfAScenarioWithItsOwnApplicationAndPhone) {
       lanes.append("-").append(stretch["to"].dump()).append(" ");
     }
   }
-  EXPECT_EQ(lanes,
+  return lanes;
+}
+
+TEST(ReportJson, TellsOfAScenarioWithItsOwnApplicationAndPhone) {
+  const Json report =
+      Json::parse(runScenario(R"({"phone": {"authorization": "whenInUse", "regionExitDelay": 2}}
+{"listen": true}
+{"call": "startDetection", "arguments": {"filters": [{"uuid": "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0", "identifier": "Desk"}]}}
+{"at": 1, "advertise": {"address": "C6:55:44:33:22:01", "manufacturerData": "4C000215E2C56DB5DFFB48D2B060D0F5A71096E000010002C5", "rssi": -60}, "every": 0.5, "for": 2}
+{"at": 4, "bluetooth": "poweredOff"}
+{"at": 5, "advertise": {"address": "C6:55:44:33:22:01", "name": "x", "rssi": -60}}
+{"at": 6, "authorization": "denied"}
+{"at": 7, "fail": "monitoring", "error": "none", "region": "Desk"}
+{"at": 8, "wait": true}
+)")
+                      .output);
+  EXPECT_EQ(report["source"]["kind"], "scenario");
+  EXPECT_EQ(report["source"]["begin"], 1'700'000'000'000);
+  EXPECT_EQ(report["devices"][0]["fates"], Json::parse(R"({"ranged": 5, "deaf": 1})"));
+  EXPECT_EQ(report["devices"][0]["last"], 1'700'000'005'000);
+  EXPECT_EQ(report["run"]["filters"][0]["filter"], std::string(kUuid).append("=Desk"));
+  EXPECT_EQ(report["series"][0]["readings"].size(), 6U);
+  EXPECT_EQ(lanesOf(report),
             "poweredOn0.0-4.0 poweredOff4.0-8.0 whenInUse0.0-6.0 denied6.0-8.0 ranged0.0-5.0 "
-            "inside1.0-5.0 ");
-  EXPECT_NE(
-      runCommand({"report", scenario, "--json", "--filter", kUuid}).errors.find("leave --filter"),
-      std::string::npos);
-  std::filesystem::remove(scenario);
+            "inside1.0-5.0 refused7.0-8.0 ");
+}
+
+TEST(ReportJson, TakesEventsThatNoAdvertisementLedTo) {
+  const Json report = Json::parse(runScenario(R"({"listen": true}
+{"call": "startDetection"}
+{"at": 1, "discover": {"identifier": "00000000-0000-0000-0000-000000000001", "manufacturerData": "590001", "rssi": -50}}
+)" + advertise("22:01", R"("manufacturerData": "590001")"))
+                                      .output);
+  EXPECT_EQ(report["run"]["events"], 2);
+  EXPECT_EQ(report["devices"][0]["events"], 1);
+}
+
+TEST(ReportJson, RefusesAScenarioThatIsNotOneRun) {
+  const std::string mixed = R"({"call": "startDetection"}
+{"call": "startDetection", "arguments": {"filters": [{"uuid": "x"}]}}
+)";
+  EXPECT_NE(runScenario(mixed).errors.find("with filters and without"), std::string::npos);
+  EXPECT_NE(runScenario("", {"--filter", kUuid}).errors.find("leave --filter"), std::string::npos);
+}
+
+TEST(ReportJson, CountsTheDevicesBeyondAThousand) {
+  std::string lines = "{\"listen\": true}\n{\"call\": \"startDetection\"}\n{\"wait\": true}\n";
+  for (std::uint64_t device = 0; device < 1100; ++device) {
+    lines += advertise(toHex(big(1, device / 256)).append(":").append(toHex(big(1, device))),
+                       device < 40 ? R"("name": "Lamp")" : R"("manufacturerData": "590001")");
+  }
+  const Json report = Json::parse(runScenario(lines).output);
+  EXPECT_EQ(report["headline"], "1100 devices, 0 beacons; 1060 devices detected");
+  EXPECT_EQ(report["devices"].size(), 1000U);
+  EXPECT_EQ(report["series"].size(), 100U);
+  EXPECT_EQ(report["seriesLeftOut"], 900);
+  EXPECT_EQ(report["rest"], Json::parse(R"({"devices": 100, "heard": 100, "topics": [
+      {"topic": "detected", "devices": 60},
+      {"topic": "no manufacturer data, and no word in the name that says beacon", "devices": 40}]})"));
 }
 
 TEST(ReportPage, HoldsTheDataAsDataWhateverDevicesAreCalled) {
