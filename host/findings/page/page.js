@@ -19,11 +19,10 @@
 //                   metres] or [cell, mean dBm, mean metres, nearest, farthest, count, silent],
 //                   with null where there is no strength or no distance, and silent of them without
 //                   both
-//   seriesLeftOut   how many listed devices would have a series and have none, as there are too
-//   many lanes           kind ("bluetooth", "permission" or "region"), name of a region, stretches,
-//   each
-//                   with state, from and to (seconds of the run), and leftOut, stretches beyond
-//                   those
+//   seriesLeftOut   how many listed devices have no series because there would be too many
+//   lanes           kind ("bluetooth", "permission" or "region"), name of a region, stretches (each
+//                   with state, from and to in seconds of the run), and leftOut, how many stretches
+//                   there are beyond those
 //
 // Texts of devices come from the air and go into the page as text alone, never as HTML.
 (() => {
