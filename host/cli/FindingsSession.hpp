@@ -31,10 +31,7 @@ class FindingsSession : public Session {
   void discovered(const CBPeripheral& peripheral, const CBAdvertisementData& data) override {
     findings_.discovered(peripheral, data);
   }
-  void heard(std::optional<std::string_view> name, ScanOutcome scan,
-             RangingOutcome ranging) override {
-    findings_.heard(name, scan, ranging);
-  }
+  void heard(const Reception& reception) override { findings_.heard(reception); }
 
  protected:
   [[nodiscard]] const Findings& findings() const { return findings_; }

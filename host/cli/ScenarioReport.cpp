@@ -137,9 +137,6 @@ void ScenarioReport::discovered(const CBPeripheral& peripheral, const CBAdvertis
   findings_.discovered(peripheral, data);
 }
 
-void ScenarioReport::heard(std::optional<std::string_view> name, ScanOutcome scan,
-                           RangingOutcome ranging) {
-  findings_.heard(name, scan, ranging);
-}
+void ScenarioReport::heard(const Reception& reception) { findings_.heard(reception); }
 
 }  // namespace nimbrel

@@ -38,8 +38,7 @@ class ScenarioReport final : private StageObserver {
   void crossed(const CLRegion& region, bool isInside) override;
   void monitoringFailed(const CLRegion* region) override;
   void discovered(const CBPeripheral& peripheral, const CBAdvertisementData& data) override;
-  void heard(std::optional<std::string_view> name, ScanOutcome scan,
-             RangingOutcome ranging) override;
+  void heard(const Reception& reception) override;
 
   Scenario scenario_;
   Findings findings_;

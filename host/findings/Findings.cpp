@@ -9,7 +9,6 @@
 #include "Classes/bluetooth/Admission.hpp"
 #include "Classes/model/EncodableAccess.hpp"
 #include "Classes/text/UuidText.hpp"
-#include "host/air/AdvertisingData.hpp"
 #include "host/phone/Rules.hpp"
 
 namespace nimbrel {
@@ -91,11 +90,8 @@ std::size_t Findings::begin(const Advertisement& advertisement, MainQueue::Time 
   place_ = place->second;
   device_ = &devices_[place_];
   takeTimes(*device_, advertisement, now);
-  carriesIBeacon_ = isAdmitted_ = hasEvent_ = false;
+  isAdmitted_ = hasEvent_ = false;
   fate_ = Fate::deaf;
-  if (const auto data = AdvertisingData::parse(advertisement.data).manufacturerData) {
-    takeManufacturerData(*device_, *data);
-  }
   return place_;
 }
 
@@ -119,15 +115,15 @@ void Findings::takeTimes(FoundDevice& device, const Advertisement& advertisement
   }
 }
 
-void Findings::takeManufacturerData(FoundDevice& device, std::span<const std::uint8_t> data) {
-  if (data.size() < 2) {
+void Findings::takeManufacturerData(FoundDevice& device, const Reception& reception) {
+  if (!reception.manufacturerData.has_value() || reception.manufacturerData->size() < 2) {
     return;
   }
+  const std::span<const std::uint8_t> data = *reception.manufacturerData;
   device.hasManufacturerData = true;
   device.company = frames::company(data);
-  if (const auto read = frames::iBeacon(data)) {
-    carriesIBeacon_ = true;
-    ++frameOf(device, *read, false).heard;
+  if (reception.iBeacon.has_value()) {
+    ++frameOf(device, *reception.iBeacon, false).heard;
   } else if (const auto altBeacon = frames::altBeacon(data)) {
     ++frameOf(device, *altBeacon, true).heard;
   } else if (data.size() >= 4) {
@@ -164,18 +160,19 @@ void Findings::discovered(const CBPeripheral& peripheral, const CBAdvertisementD
   isAdmitted_ = isAdmitted(peripheral, data);
 }
 
-void Findings::heard(std::optional<std::string_view> name, ScanOutcome scan,
-                     RangingOutcome ranging) {
+void Findings::heard(const Reception& reception) {
   assert(device_ != nullptr);
+  takeManufacturerData(*device_, reception);
+  const std::optional<std::string_view>& name = reception.name;
   if (name.has_value() && (!device_->isNamed || device_->name != *name)) {
     device_->isNamed = true;
     device_->name = *name;
   }
   if (!isGeneric()) {
-    fate_ = rangedFate(ranging);
+    fate_ = rangedFate(reception.ranging);
     return;
   }
-  switch (scan) {
+  switch (reception.scan) {
     case ScanOutcome::deaf:
       fate_ = Fate::deaf;
       break;
@@ -203,7 +200,6 @@ Fate Findings::rangedFate(RangingOutcome outcome) {
     case RangingOutcome::ranged:
       break;
   }
-  assert(carriesIBeacon_);
   Acceptance& acceptance = acceptanceOf(device_->frames[device_->lastFrame].identity);
   if (outcome == RangingOutcome::unranged) {
     return acceptance.isUuidAsked ? Fate::deaf : Fate::otherUuid;

@@ -155,7 +155,7 @@ class Findings {
   /// Returns the place of the device among the devices.
   std::size_t begin(const Advertisement& advertisement, MainQueue::Time now);
   void discovered(const CBPeripheral& peripheral, const CBAdvertisementData& data);
-  void heard(std::optional<std::string_view> name, ScanOutcome scan, RangingOutcome ranging);
+  void heard(const Reception& reception);
   /// Returns the place of the device that the event tells of: in filter mode, the one that sent the
   /// beacon last. Absent where no advertisement led to it.
   std::optional<std::size_t> received(const EncodableMap& event);
@@ -198,7 +198,7 @@ class Findings {
   };
 
   void takeTimes(FoundDevice& device, const Advertisement& advertisement, MainQueue::Time now);
-  void takeManufacturerData(FoundDevice& device, std::span<const std::uint8_t> data);
+  void takeManufacturerData(FoundDevice& device, const Reception& reception);
   FoundFrame& frameOf(FoundDevice& device, const BeaconFrame& read, bool isAltBeacon);
   Acceptance& acceptanceOf(const BeaconIdentity& identity);
   Fate rangedFate(RangingOutcome outcome);
@@ -224,7 +224,6 @@ class Findings {
   // The advertisement between `begin` and `settle`.
   FoundDevice* device_ = nullptr;
   std::uint32_t place_ = 0;
-  bool carriesIBeacon_ = false;
   bool isAdmitted_ = false;
   bool hasEvent_ = false;
   Fate fate_ = Fate::deaf;

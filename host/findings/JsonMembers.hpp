@@ -19,8 +19,12 @@ class Members {
 
   /// The place for the value of the next member. Keys need no escaping.
   std::string& value(std::string_view key) {
-    out_.append(isFirst_ ? "\"" : ",\"").append(key).append("\":");
+    if (!isFirst_) {
+      out_.push_back(',');
+    }
     isFirst_ = false;
+    out_.push_back('"');
+    out_.append(key).append("\":", 2);
     return out_;
   }
 

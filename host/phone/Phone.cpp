@@ -41,35 +41,35 @@ void Phone::hear(const Advertisement& advertisement, double rssi) {
   // The advertisement's manufacturer data hides that of the scan response.
   const bool isHidden =
       advertisement.isScanResponse && device.part(Device::Part::advertised).has_value();
-  pass(advertisement.address, device, frameIn(data.manufacturerData), isHidden, rssi);
+  pass(advertisement.address, device, data.manufacturerData, isHidden, rssi);
 }
 
 void Phone::hear(const Sighting& sighting) {
   Device& device =
       devices_.hear(sighting.address, sighting.name, sighting.manufacturerData, queue_.now());
-  pass(sighting.address, device, frameIn(sighting.manufacturerData), false, sighting.rssi);
+  pass(sighting.address, device, sighting.manufacturerData, false, sighting.rssi);
 }
 
 void Phone::pass(const DeviceAddress& address, Device& device,
-                 const std::optional<BeaconFrame>& frame, bool isHidden, double rssi) {
-  ScanOutcome scan = ScanOutcome::deaf;
+                 std::optional<Device::Bytes> manufacturerData, bool isHidden, double rssi) {
+  Reception reception{device.name(), manufacturerData, frameIn(manufacturerData)};
+  const std::optional<BeaconFrame>& frame = reception.iBeacon;
   if (!withholdsBeacons_ || !frame.has_value() || isHidden) {
-    scan = bluetooth_.hear(device);
-    if (scan == ScanOutcome::discovered) {
+    reception.scan = bluetooth_.hear(device);
+    if (reception.scan == ScanOutcome::discovered) {
       bluetooth_.discover(address, device, devices_.visibleManufacturerData(device), rssi);
     }
   } else if (bluetooth_.isListening()) {
-    scan = ScanOutcome::withheld;
+    reception.scan = ScanOutcome::withheld;
   }
-  RangingOutcome ranging = RangingOutcome::deaf;
   if (bluetooth_.state() == CBManagerState::poweredOn && location_.isPermitted()) {
     if (!frame.has_value()) {
-      ranging = RangingOutcome::noFrame;
+      reception.ranging = RangingOutcome::noFrame;
     } else {
-      ranging = isHidden ? RangingOutcome::hidden : location_.hear(*frame, rssi);
+      reception.ranging = isHidden ? RangingOutcome::hidden : location_.hear(*frame, rssi);
     }
   }
-  observer_.heard(device.name(), scan, ranging);
+  observer_.heard(reception);
 }
 
 std::unique_ptr<CLLocationManager> Phone::makeLocationManager() {

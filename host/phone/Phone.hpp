@@ -85,8 +85,8 @@ class Phone final : public Platform {
  private:
   /// Passes a received device to both services. `isHidden`: other manufacturer data hides the frame
   /// of its scan response.
-  void pass(const DeviceAddress& address, Device& device, const std::optional<BeaconFrame>& frame,
-            bool isHidden, double rssi);
+  void pass(const DeviceAddress& address, Device& device,
+            std::optional<Device::Bytes> manufacturerData, bool isHidden, double rssi);
 
   MainQueue& queue_;
   PhoneObserver& observer_;

@@ -2,9 +2,11 @@
 
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string_view>
 #include <vector>
 
+#include "Classes/bluetooth/BeaconFrame.hpp"
 #include "platform/CoreBluetooth.hpp"
 #include "platform/CoreLocation.hpp"
 
@@ -40,6 +42,18 @@ enum class RangingOutcome : std::uint8_t {
   ranged,
 };
 
+/// What the phone knows and does about one advertisement. Its views are valid during the call.
+struct Reception {
+  /// The name that the phone shows for the device.
+  std::optional<std::string_view> name;
+  /// Of this advertisement alone.
+  std::optional<std::span<const std::uint8_t>> manufacturerData;
+  /// The frame in that manufacturer data.
+  std::optional<BeaconFrame> iBeacon;
+  ScanOutcome scan = ScanOutcome::deaf;
+  RangingOutcome ranging = RangingOutcome::deaf;
+};
+
 /// Observes the plug-in's diagnostic lines and requests, and what the phone does with each
 /// advertisement, in the order in which they happen.
 class PhoneObserver {
@@ -64,9 +78,8 @@ class PhoneObserver {
   virtual void discovered(const CBPeripheral& /*peripheral*/, const CBAdvertisementData& /*data*/) {
   }
   /// Both services have handled an advertisement, and the plug-in has received all that follows
-  /// from it. `name` is the name that the phone shows for the device; valid only during the call.
-  virtual void heard(std::optional<std::string_view> /*name*/, ScanOutcome /*scan*/,
-                     RangingOutcome /*ranging*/) {}
+  /// from it.
+  virtual void heard(const Reception& /*reception*/) {}
 };
 
 }  // namespace nimbrel

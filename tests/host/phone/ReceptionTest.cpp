@@ -12,7 +12,7 @@ namespace {
 
 /// Notes what the phone did with each advertisement: "discovered" where a scan told the plug-in,
 /// then the outcomes of the scan and of the location service.
-class Reception : public testing::Test, public PhoneObserver {
+class Receptions : public testing::Test, public PhoneObserver {
  protected:
   void logged(std::string_view /*line*/) override {}
   void requested(const Request& /*request*/) override {}
@@ -20,13 +20,12 @@ class Reception : public testing::Test, public PhoneObserver {
     const auto* bytes = std::get_if<std::span<const std::uint8_t>>(&data.manufacturerData);
     told += bytes == nullptr ? "without data, " : "with data, ";
   }
-  void heard(std::optional<std::string_view> name, ScanOutcome scan,
-             RangingOutcome ranging) override {
+  void heard(const Reception& reception) override {
     constexpr const char* kScan[] = {"deaf", "withheld", "coalesced", "discovered"};
     constexpr const char* kRanging[] = {"deaf", "noFrame", "hidden", "unranged", "ranged"};
-    told.append(name.has_value() ? std::string(*name) + ", " : "");
-    told.append(kScan[static_cast<int>(scan)]).append(" / ");
-    told.append(kRanging[static_cast<int>(ranging)]);
+    told.append(reception.name.has_value() ? std::string(*reception.name) + ", " : "");
+    told.append(kScan[static_cast<int>(reception.scan)]).append(" / ");
+    told.append(kRanging[static_cast<int>(reception.ranging)]);
   }
 
   void start(const Phone::Setup& setup) {
@@ -59,7 +58,7 @@ class Reception : public testing::Test, public PhoneObserver {
   std::unique_ptr<CLLocationManager> location;
 };
 
-TEST_F(Reception, TellsWhatBothServicesDid) {
+TEST_F(Receptions, TellsWhatBothServicesDid) {
   start({});
   EXPECT_EQ(outcomeOf(kFrame), "deaf / unranged");
   scan();
@@ -73,7 +72,7 @@ TEST_F(Reception, TellsWhatBothServicesDid) {
   EXPECT_EQ(outcomeOf("5900", false, "Desk"), "with data, Desk, discovered / noFrame");
 }
 
-TEST_F(Reception, TellsOfAPhoneThatWithholdsOrHearsNothing) {
+TEST_F(Receptions, TellsOfAPhoneThatWithholdsOrHearsNothing) {
   Phone::Setup setup;
   setup.withholdsBeacons = true;
   start(setup);
