@@ -34,9 +34,13 @@ void FindingsSession::received(const EncodableValue& event) {
 }
 
 void FindingsSession::note(const std::string& line) {
+  errors_.writeLine(line);
+  errors_.flush();
+}
+
+void FindingsSession::inform(const std::string& line) {
   if (!isQuiet_) {
-    errors_.writeLine(line);
-    errors_.flush();
+    note(line);
   }
 }
 

@@ -14,13 +14,14 @@ namespace nimbrel {
 /// An application that keeps what became of each advertisement, for a derived class to tell of.
 class FindingsSession : public Session {
  public:
-  /// Options and errors outlive the session. `isQuiet`: no notes. `keepsStories`: the story of
-  /// every device is kept.
+  /// Options and errors outlive the session. `isQuiet`: only errors and warnings. `keepsStories`:
+  /// the story of every device is kept.
   FindingsSession(const RunOptions& options, bool isQuiet, bool keepsStories, MainQueue& queue,
                   Output& errors);
 
   void hear(const Advertisement& advertisement) override;
   void note(const std::string& line) override;
+  void inform(const std::string& line) override;
   void clockJumped(std::chrono::microseconds before, std::chrono::microseconds after) override;
   void conclude(std::uint64_t damagedPackets) override;
 

@@ -37,7 +37,7 @@ void LiveScan::listening() {
     keepOnDisk();
   }
   isListening_ = true;
-  noted(adapter_.name() + ": listening; Ctrl-C ends the scan");
+  session_.inform("nimbrel: " + adapter_.name() + ": listening; Ctrl-C ends the scan");
   origin_ = machineClock_() - queue_.now();
   session_.phone().setClock(origin_ + queue_.now());
   session_.start();

@@ -35,6 +35,8 @@ class Session : public PhoneObserver {
 
   /// Shows a line to the user, apart from the output.
   virtual void note(const std::string& line) = 0;
+  /// The same for a line that is neither an error nor a warning.
+  virtual void inform(const std::string& line) { note(line); }
   /// The recording's clock was set.
   virtual void clockJumped(std::chrono::microseconds before, std::chrono::microseconds after) = 0;
   /// Prints the end of the run. `damagedPackets` is how many packets of the recording were left

@@ -14,7 +14,10 @@
 #include <optional>
 #include <string>
 #include <system_error>
+#include <vector>
 
+#include "host/cli/ExplainOptions.hpp"
+#include "host/cli/ExplainSession.hpp"
 #include "host/cli/LiveScan.hpp"
 #include "host/cli/ScanSession.hpp"
 #include "tests/host/air/Bytes.hpp"
@@ -49,12 +52,17 @@ class LiveScanInTime : public LiveCommand {
   /// Runs the scan; returns its messages up to the summary, and keeps its exit status and output.
   std::string run(MainQueue::Time duration) {
     options.duration = duration;
+    return runAs<ScanSession>(options);
+  }
+
+  template <typename SessionOfCommand, typename Options>
+  std::string runAs(const Options& chosen) {
     const int messages = memfd_create("messages", MFD_CLOEXEC);
     const int detected = memfd_create("detections", MFD_CLOEXEC);
     Output errors(messages);
     Output output(detected);
-    ScanSession session(options, queue, output, errors);
-    status = LiveScan(options, queue, session, [this] {
+    SessionOfCommand session(chosen, queue, output, errors);
+    status = LiveScan(chosen, queue, session, [this] {
                return MainQueue::Time(std::chrono::hours(1000)) + step + queue.now() + queue.lag();
              }).run();
     detections = contentOf(detected);
@@ -109,6 +117,24 @@ TEST_F(LiveScanInTime, RangesInFilterModeAndShowsATableInTheEnd) {
       detections.find("\nDesk                      1/7            -60    -60    1.14 m  near "),
       std::string::npos)
       << detections;
+}
+
+TEST_F(LiveScanInTime, ExplainsWhatItHearsAsItExplainsItsRecording) {
+  const char* wrong = "E2C56DB5-DFFB-48D2-B060-D0F5A71096E1";
+  ExplainOptions chosen;
+  chosen.live = chosen.json = chosen.quiet = chosen.force = true;
+  chosen.recording = file.path();
+  chosen.duration = std::chrono::milliseconds(300);
+  chosen.filters.push_back(parseFilter(wrong));
+  EXPECT_EQ(runAs<ExplainSession>(chosen), "");
+  EXPECT_EQ(status, 0);
+  const auto devices = [](const std::string& lines) {
+    return lines.substr(0, lines.find("{\"run"));
+  };
+  EXPECT_EQ(std::ranges::count(devices(detections), '\n'), 2) << detections;
+  EXPECT_EQ(devices(detections),
+            devices(runCommand({"explain", file.path(), "--json", "--filter", wrong}).output));
+  EXPECT_NE(detections.find("digit 32 of 32"), std::string::npos) << detections;
 }
 
 TEST_F(LiveScanInTime, SaysOnceThatNothingWasHeardForAMinute) {
