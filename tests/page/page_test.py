@@ -158,6 +158,7 @@ class Page(unittest.TestCase):
         why = self.find("#filters .silent p").text
         self.assertEqual("The filter " + FILTERS[3] + " detected nothing: n" + why[1:],
                          run["why"][0])
+        self.assertFalse(self.find("#attention-section").is_displayed())
 
     def test_has_a_series_for_each_beacon_and_each_detected_device(self):
         for options in ([], FILTERED):
@@ -180,7 +181,7 @@ class Page(unittest.TestCase):
         self.drag("#signal", -300, 200)
         zoomed = self.plotted()
         self.assertEqual(zoomed[0], zoomed[1])
-        self.assertNotEqual(zoomed[0], whole[0])
+        self.assertRegex(" ".join(zoomed[0]), r"^10:00:[345]\d .* 10:02:0\d$")
         self.assertNotEqual(zoomed[2], whole[2])
         self.find("#whole").click()
         self.assertEqual(self.plotted(), whole)
@@ -261,13 +262,19 @@ class Page(unittest.TestCase):
         steps += [{"at": 1, "advertise": {"address": f"C6:00:00:00:00:0{place}", "name": name,
                                           "manufacturerData": "590001", "rssi": -60}}
                   for place, name in enumerate(HOSTILE)]
+        # Those without manufacturer data are not detected, and the reason has their names.
+        steps += [{"at": 2, "advertise": {"address": f"C6:00:00:00:00:1{place}", "name": name,
+                                          "rssi": -60}} for place, name in enumerate(HOSTILE)]
         scenario.write_text("\n".join(json.dumps(step) for step in steps), encoding="utf-8")
         self.open(str(scenario))
-        self.assertEqual(self.texts(".opener > span:nth-child(2)"), HOSTILE)
+        self.assertEqual(self.texts(".opener > span:nth-child(2)"), HOSTILE + HOSTILE)
         self.assertEqual(self.texts("#legend button > span:nth-child(2)"), HOSTILE)
         for opener in self.browser.find_elements(By.CSS_SELECTOR, ".opener"):
             opener.click()
-        self.assertEqual(self.browser.find_elements(By.CSS_SELECTOR, "body img[src=x], b b"), [])
+        sentences = self.texts("tr.details li")
+        for name in HOSTILE:
+            self.assertTrue(any(f'"{name}"' in sentence for sentence in sentences), name)
+        self.assertEqual(self.browser.find_elements(By.CSS_SELECTOR, "img[src=x], tr.details b"), [])
 
     def test_shows_an_empty_result(self):
         self.open("--for", "0.001")
@@ -277,7 +284,7 @@ class Page(unittest.TestCase):
         self.assertEqual(self.rows("#devices tbody tr"), [])
 
     def test_fits_a_telephone_and_a_wide_screen(self):
-        for width in (360, 1440):
+        for width in (360, 950, 1440):
             for dark in (False, True):
                 self.open(*FILTERED, width=width, dark=dark)
                 self.browser.execute_script(
