@@ -82,12 +82,12 @@ Findings::Findings(const Setup& setup)
 
 std::size_t Findings::begin(const Advertisement& advertisement, MainQueue::Time now) {
   assert(device_ == nullptr);
-  const auto [place, isNew] =
-      places_.try_emplace(advertisement.address, static_cast<std::uint32_t>(devices_.size()));
+  const auto [place, isNew] = places_.tryEmplace(advertisement.address);
   if (isNew) {
+    place = static_cast<std::uint32_t>(devices_.size());
     devices_.emplace_back().address = advertisement.address;
   }
-  place_ = place->second;
+  place_ = place;
   device_ = &devices_[place_];
   takeTimes(*device_, advertisement, now);
   isAdmitted_ = hasEvent_ = false;

@@ -17,6 +17,7 @@
 #include "Classes/model/BeaconFilter.hpp"
 #include "host/air/Advertisement.hpp"
 #include "host/base/MainQueue.hpp"
+#include "host/phone/AddressTable.hpp"
 #include "host/phone/Request.hpp"
 #include "platform/Flutter.hpp"
 
@@ -209,7 +210,7 @@ class Findings {
   bool keepsStories_;
   std::vector<FoundFilter> filters_;
   std::deque<FoundDevice> devices_;
-  std::unordered_map<DeviceAddress, std::uint32_t, DeviceAddressHash> places_;
+  AddressTable<std::uint32_t> places_;  // in devices_
   std::unordered_map<BeaconIdentity, Acceptance, BeaconIdentityHash> acceptances_;
   std::vector<FoundBeacon> beacons_;
   std::map<const FoundDevice*, std::vector<Stretch>> stories_;

@@ -18,8 +18,10 @@ ROOT = pathlib.Path(__file__).resolve().parents[2]
 PACKAGE = ROOT / "ios/nimbrel/Sources/nimbrel"
 FAKES = ROOT / "tests/frameworks"
 WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Wshadow", "-Werror"]
-# What a C library for another processor wants to hear before it lets itself be read.
-BORROWED_LIBRARY = ["-U__nonnull", "-D_GNU_SOURCE", "-D__x86_64__", "-D__builtin_ia32_pause()=0"]
+# Makes the headers of this machine's C library usable for another processor. The last two say that
+# the compiler has no type of 128 bits.
+BORROWED_LIBRARY = ["-U__nonnull", "-D_GNU_SOURCE", "-D__x86_64__", "-D__builtin_ia32_pause()=0",
+                    "-D__INTEL_LLVM_COMPILER", "-DSYCL_LANGUAGE_VERSION"]
 
 
 def host_headers(clang):
