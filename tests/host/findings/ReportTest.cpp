@@ -5,6 +5,8 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "host/base/InputError.hpp"
+#include "host/base/WholeFile.hpp"
 #include "tests/host/findings/Reports.hpp"
 
 namespace nimbrel::testing_support {
@@ -179,6 +181,30 @@ TEST(ReportJson, CountsTheDevicesBeyondAThousand) {
   EXPECT_EQ(report["rest"], Json::parse(R"({"devices": 100, "heard": 100, "topics": [
       {"topic": "detected", "devices": 60},
       {"topic": "no manufacturer data, and no word in the name that says beacon", "devices": 40}]})"));
+}
+
+TEST(ReportJson, SumsUpReadingsUntilTheyFit) {
+  std::string lines = "{\"wait\": true}\n";
+  for (int device = 10; device < 31; ++device) {
+    lines.append(R"({"at": 0, "advertise": {"address": "C6:55:44:33:22:)");
+    lines.append(std::to_string(device))
+        .append(R"(", "manufacturerData": "4C000215E2C56DB5DFFB48D2)");
+    lines.append(R"(B060D0F5A71096E000010002C5", "rssi": -60}, "every": 0.016, "for": 32})")
+        .append("\n");
+  }
+  const Json report = Json::parse(runScenario(lines + R"({"at": 32, "wait": true})").output);
+  EXPECT_EQ(report["run"]["advertisements"], 21 * 2001);
+  EXPECT_EQ(report["step"], 0.03125);
+}
+
+TEST(WholeFile, LeavesAFileThatCameInTheMeantime) {
+  const std::string path =
+      std::filesystem::temp_directory_path() / ("whole-" + std::to_string(getpid()));
+  WholeFile file(path, false);
+  std::filesystem::create_directory_symlink("/", path);
+  EXPECT_THROW(file.keep(), InputError);
+  EXPECT_TRUE(std::filesystem::is_symlink(path));
+  std::filesystem::remove(path);
 }
 
 TEST(ReportPage, HoldsTheDataAsDataWhateverDevicesAreCalled) {

@@ -26,7 +26,8 @@ std::string shown(const Series& series, std::size_t device) {
 
 TEST(Series, SumsUpWhatFallsIntoOneCell) {
   Series series;
-  series.heard(1, milliseconds(0), -70);
+  series.heard(1, milliseconds(0), -65);
+  series.heard(1, milliseconds(14), -70);
   series.heard(1, milliseconds(15), -60);
   series.heard(1, milliseconds(16), 127);
   series.heard(1, milliseconds(16), -90);
@@ -34,7 +35,7 @@ TEST(Series, SumsUpWhatFallsIntoOneCell) {
   series.detected(1, milliseconds(17), -60.0, 2.0);
   series.detected(1, milliseconds(18), -61.0, 1.0);
   series.detected(1, milliseconds(19), -61.0, 4.0);
-  EXPECT_EQ(shown(series, 1), "0:-70/-130/-60*2 1:-90/-90/-90*1 1!4(1) 1..4(3,7) ");
+  EXPECT_EQ(shown(series, 1), "0:-70/-195/-60*3 1:-90/-90/-90*1 1!4(1) 1..4(3,7) ");
   EXPECT_EQ(series.of(1).detections[0].rssiSum, -182.0);
   EXPECT_EQ(shown(series, 0) + shown(series, 2), "");
 }
