@@ -61,7 +61,7 @@ class CaptureOf : public testing::Test {
   Heard heard(const Bytes& bytes) {
     content = bytes;
     capture = Capture::read(content, "walk", warn());
-    const Heard lines = heard(*capture);
+    Heard lines = heard(*capture);
     if (!lines.empty()) {
       testing_support::expectFaithfulConversions(content);
     }
