@@ -7,12 +7,14 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <initializer_list>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -277,6 +279,38 @@ TEST_F(LiveCommand, SaysWhatIsWrongAndWhatToDo) {
     EXPECT_EQ(outcome.status, 2) << expected;
     EXPECT_EQ(outcome.errors, "nimbrel: " + expected + "\n");
   }
+}
+
+TEST_F(LiveCommand, IsTheAirOfADesk) {
+  std::array<int, 2> input{};
+  std::array<int, 2> output{};
+  ASSERT_EQ(pipe2(input.data(), O_CLOEXEC) + pipe2(output.data(), O_CLOEXEC), 0);
+  const pid_t desk = fork();
+  if (desk == 0) {
+    dup2(input[0], STDIN_FILENO);
+    dup2(output[1], STDOUT_FILENO);
+    alarm(60);
+    execl(NIMBREL_COMMAND, NIMBREL_COMMAND, "desk", "--live", nullptr);
+    _exit(127);
+  }
+  close(output[1]);
+  const std::string_view steps = "{\"listen\": true}\n{\"call\": \"startDetection\"}\n";
+  ASSERT_EQ(write(input[1], steps.data(), steps.size()), static_cast<ssize_t>(steps.size()));
+  std::string transcript;
+  std::array<char, 4096> piece{};
+  for (ssize_t size = 1;
+       size > 0 && transcript.find("\"majorId\":1,\"minorId\":7") == std::string::npos;
+       transcript.append(piece.data(), static_cast<std::size_t>(size))) {
+    size = std::max<ssize_t>(read(output[0], piece.data(), piece.size()), 0);
+  }
+  EXPECT_NE(transcript.find("\"done\":2"), std::string::npos) << transcript;
+  EXPECT_NE(transcript.find("\"majorId\":1,\"minorId\":7"), std::string::npos) << transcript;
+  close(input[1]);
+  int status = -1;
+  waitpid(desk, &status, 0);
+  EXPECT_EQ(status, 0) << "the end of the input ends the desk";
+  close(input[0]);
+  close(output[0]);
 }
 
 TEST(LiveCommandWithoutPermission, SaysHowToGetIt) {
