@@ -57,6 +57,20 @@ Future<void> withFile(String name, String content, Future<void> Function(String 
   }
 }
 
+/// Hands [body] a command that runs nimbrel, and a function that waits for its end and returns its
+/// exit status.
+Future<void> withStatus(
+  Future<void> Function(String command, Future<Object?> Function() status) body,
+) async {
+  final script = '#!/bin/sh\n$nimbrel "\$@"\necho \$? >"\$(dirname "\$0")/ended"\n';
+  await withFile('wrapper', script, (path) async {
+    final ended = '${File(path).parent.path}/ended';
+    await Process.run('mkfifo', [ended]);
+    Future<Object?> status() async => (await Process.run('cat', [ended])).stdout;
+    await body(path, () => status().timeout(const Duration(minutes: 1)));
+  });
+}
+
 /// The detections that the command prints as `key` of its lines, or as the lines themselves.
 Future<List<Object?>> printed(List<String> arguments, {String? key}) async {
   final run = await Process.run(nimbrel, arguments, stdoutEncoding: utf8);
@@ -446,20 +460,23 @@ void deskTests() {
     });
   });
 
+  test('a start that fails ends the child', () async {
+    await withStatus((command, status) async {
+      final ended = status();
+      await expectThrows<DeskException>(
+        () => Desk.start(command: command, phone: const Phone(systemVersion: 'new')),
+      );
+      expect(await ended, '0\n');
+    });
+  });
+
   test('the child ends with a program that is killed', () async {
-    const script = r'''
-#!/bin/sh
-NIMBREL "$@"
-echo $? >"$(dirname "$0")/ended"
-''';
-    await withFile('wrapper', script.replaceFirst('NIMBREL', nimbrel), (path) async {
-      final ended = '${File(path).parent.path}/ended';
-      await Process.run('mkfifo', [ended]);
-      final program = '${File(path).parent.path}/main.dart';
+    await withStatus((command, status) async {
+      final program = '${File(command).parent.path}/main.dart';
       await File(program).writeAsString('''
 import 'package:nimbrel/desk.dart';
 Future<void> main() async {
-  final desk = await Desk.start(command: '$path');
+  final desk = await Desk.start(command: '$command');
   print('started');
   await desk.wait(const Duration(days: 1));
 }
@@ -470,7 +487,7 @@ Future<void> main() async {
       ]);
       await killed.stdout.transform(utf8.decoder).firstWhere((text) => text.contains('started'));
       killed.kill(ProcessSignal.sigkill);
-      expect((await Process.run('cat', [ended])).stdout, '0\n');
+      expect(await status(), '0\n');
     });
   });
 
