@@ -200,15 +200,33 @@ Fate Findings::rangedFate(RangingOutcome outcome) {
     case RangingOutcome::ranged:
       break;
   }
-  Acceptance& acceptance = acceptanceOf(device_->frames[device_->lastFrame].identity);
-  if (outcome == RangingOutcome::unranged) {
-    return acceptance.isUuidAsked ? Fate::deaf : Fate::otherUuid;
+  FoundFrame& frame = device_->frames[device_->lastFrame];
+  if (frame.verdict == Verdict::unread) {
+    frame.verdict = verdictOn(frame.identity);
   }
-  if (acceptance.filter == kNone) {
+  if (outcome == RangingOutcome::unranged) {
+    return frame.verdict == Verdict::otherUuid ? Fate::otherUuid : Fate::deaf;
+  }
+  if (frame.verdict != Verdict::accepted) {
     return Fate::refused;
   }
-  countRanged(acceptance);
+  countRanged(acceptanceOf(frame.identity));
   return Fate::ranged;
+}
+
+Verdict Findings::verdictOn(const BeaconIdentity& identity) const {
+  const UuidText uuid(identity.uuid);
+  Verdict verdict = Verdict::otherUuid;
+  for (const FoundFilter& each : filters_) {
+    if (!each.filter.has_value() || each.filter->uuid() != static_cast<std::string_view>(uuid)) {
+      continue;
+    }
+    if (each.filter->accepts(uuid, identity.major, identity.minor)) {
+      return Verdict::accepted;
+    }
+    verdict = Verdict::refused;
+  }
+  return verdict;
 }
 
 Findings::Acceptance& Findings::acceptanceOf(const BeaconIdentity& identity) {
@@ -216,16 +234,11 @@ Findings::Acceptance& Findings::acceptanceOf(const BeaconIdentity& identity) {
   Acceptance& acceptance = place->second;
   if (isNew) {
     const UuidText uuid(identity.uuid);
-    for (std::size_t index = 0; index < filters_.size(); ++index) {
-      const auto& filter = filters_[index].filter;
-      if (!filter.has_value()) {
-        continue;
-      }
-      acceptance.isUuidAsked =
-          acceptance.isUuidAsked || filter->uuid() == static_cast<std::string_view>(uuid);
-      if (acceptance.filter == kNone && filter->accepts(uuid, identity.major, identity.minor)) {
-        acceptance.filter = index;
-      }
+    const auto accepting = std::ranges::find_if(filters_, [&](const FoundFilter& each) {
+      return each.filter.has_value() && each.filter->accepts(uuid, identity.major, identity.minor);
+    });
+    if (accepting != filters_.end()) {
+      acceptance.filter = static_cast<std::size_t>(accepting - filters_.begin());
     }
   }
   return acceptance;

@@ -54,12 +54,16 @@ struct BeaconIdentityHash {
   std::size_t operator()(const BeaconIdentity& identity) const;
 };
 
+/// What the filters make of a beacon's identity.
+enum class Verdict : std::uint8_t { unread, otherUuid, refused, accepted };
+
 /// A beacon frame that a device sends.
 struct FoundFrame {
   BeaconIdentity identity;
   std::int8_t measuredPower = 0;  // dBm at one metre
   bool isAltBeacon = false;
   bool isRanged = false;  // whether a filter accepted it in a ranged region
+  Verdict verdict = Verdict::unread;
   std::uint32_t heard = 0;
 };
 
@@ -191,9 +195,8 @@ class Findings {
 
  private:
   static constexpr std::size_t kNone = SIZE_MAX;
-  /// What the filters make of one identity; found out once.
+  /// Where to count a beacon.
   struct Acceptance {
-    bool isUuidAsked = false;
     std::size_t filter = kNone;  // the first filter that accepts it
     std::size_t beacon = kNone;  // its place among the beacons, once ranged
   };
@@ -201,6 +204,7 @@ class Findings {
   void takeTimes(FoundDevice& device, const Advertisement& advertisement, MainQueue::Time now);
   void takeManufacturerData(FoundDevice& device, const Reception& reception);
   FoundFrame& frameOf(FoundDevice& device, const BeaconFrame& read, bool isAltBeacon);
+  [[nodiscard]] Verdict verdictOn(const BeaconIdentity& identity) const;
   Acceptance& acceptanceOf(const BeaconIdentity& identity);
   Fate rangedFate(RangingOutcome outcome);
   void countRanged(Acceptance& acceptance);
