@@ -21,6 +21,8 @@
 #include "host/cli/ExplainOptions.hpp"
 #include "host/cli/ExplainSession.hpp"
 #include "host/cli/LiveScan.hpp"
+#include "host/cli/ReportOptions.hpp"
+#include "host/cli/ReportSession.hpp"
 #include "host/cli/ScanSession.hpp"
 #include "tests/host/air/Bytes.hpp"
 #include "tests/support/Command.hpp"
@@ -137,6 +139,16 @@ TEST_F(LiveScanInTime, ExplainsWhatItHearsAsItExplainsItsRecording) {
   EXPECT_EQ(devices(detections),
             devices(runCommand({"explain", file.path(), "--json", "--filter", wrong}).output));
   EXPECT_NE(detections.find("digit 32 of 32"), std::string::npos) << detections;
+}
+
+TEST_F(LiveScanInTime, ReportsWhatItHears) {
+  ReportOptions reported;
+  reported.live = reported.json = reported.quiet = true;
+  reported.duration = std::chrono::seconds(3);
+  runAs<ReportSession>(reported);
+  EXPECT_EQ(status, 0);
+  EXPECT_NE(detections.find(R"("headline":"2 devices, 1 beacon)"), std::string::npos) << detections;
+  EXPECT_NE(detections.find(R"("kind":"live")"), std::string::npos) << detections;
 }
 
 TEST_F(LiveScanInTime, SaysOnceThatNothingWasHeardForAMinute) {
