@@ -8,7 +8,7 @@
 
 namespace nimbrel {
 
-/// What a queue in real time reads the time from and waits with.
+/// The clock of a queue in real time: tells the time and waits.
 class Clock {
  public:
   using Time = std::chrono::microseconds;

@@ -17,7 +17,7 @@ void appendJson(std::string& out, const EncodableValue& value);
 void appendJson(std::string& out, std::string_view text);
 
 /// The shortest digits that read back as the same number, always with a point or an exponent; null
-/// where it is not finite.
+/// if it is not finite.
 void appendJson(std::string& out, double number);
 
 void appendJson(std::string& out, std::int64_t number);

@@ -7,28 +7,28 @@
 
 namespace nimbrel {
 
-/// A file that is in its place whole or not at all: it is written beside it, and renamed in the
-/// end. What is no file, such as a pipe or a terminal, is written to directly.
+/// A file that is there whole or not at all: it is written to a temporary file in the same folder,
+/// which is renamed at the end. A pipe or a terminal is written to directly.
 class WholeFile {
  public:
-  /// Throws InputError where the file cannot be made, or is there already and `overwrites` is
+  /// Throws InputError if the file cannot be made, or is there already and `overwrites` is
   /// false.
   WholeFile(std::string path, bool overwrites);
-  /// Leaves nothing behind that was not kept.
+  /// Removes the temporary file unless it was kept.
   ~WholeFile();
   WholeFile(const WholeFile&) = delete;
   WholeFile& operator=(const WholeFile&) = delete;
 
   Output& output() { return *output_; }
 
-  /// Writes the rest and puts the file in its place. Throws InputError where another file came to
-  /// be there, and std::system_error where it cannot be written.
+  /// Writes the rest and puts the file in its place. Throws InputError if another file came to
+  /// be there, and std::system_error if it cannot be written.
   void keep();
 
  private:
   std::string path_;
   bool overwrites_;
-  std::string beside_;  // empty where it is written to directly
+  std::string beside_;  // empty if it is written to directly
   int descriptor_ = -1;
   std::optional<Output> output_;
 };

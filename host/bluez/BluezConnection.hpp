@@ -55,7 +55,7 @@ class BluezConnection {
             std::function<void(const sdbus::Error*)> done);
 
   /// Asks for all properties of an object's interface; they come as if it were added now. Nothing
-  /// comes where there is no such object any more.
+  /// comes if there is no such object any more.
   void ask(const std::string& object, const std::string& interface);
 
  private:

@@ -16,7 +16,7 @@ struct ReportOptions : RunOptions {
   /// No line on the standard error but errors.
   bool quiet = false;
 
-  /// Absent where the line asks for the help, which has been printed. Throws UsageError.
+  /// Absent if the line asks for the help, which has been printed. Throws UsageError.
   /// `arguments` begin with the command's name.
   static std::optional<ReportOptions> parse(int count, const char* const* arguments);
 

@@ -162,7 +162,7 @@ class Findings {
   void discovered(const CBPeripheral& peripheral, const CBAdvertisementData& data);
   void heard(const Reception& reception);
   /// Returns the place of the device that the event tells of: in filter mode, the one that sent the
-  /// beacon last. Absent where no advertisement led to it.
+  /// beacon last. Absent if no advertisement led to it.
   std::optional<std::size_t> received(const EncodableMap& event);
   void settle();
   void requested(const Request& request);

@@ -27,7 +27,7 @@ std::string_view nameOf(CLAuthorizationStatus status) {
   return index < kNames.size() ? kNames[index] : "another status";
 }
 
-/// Ends the stretch of that state, or of whatever state where it is empty.
+/// Ends the stretch of that state, or of whatever state if it is empty.
 void endStretch(Lanes::Lane& lane, std::string_view state, MainQueue::Time at) {
   for (Lanes::Stretch& stretch : lane.stretches) {
     if (stretch.to == kStillGoingOn && (state.empty() || stretch.state == state)) {

@@ -27,7 +27,7 @@ void add(Series::Detections& all, const Series::Detections& more) {
   all.distanceSum += more.distanceSum;
 }
 
-/// Adds to the last cell where it is the same one. Returns how many cells there are more.
+/// Adds to the last cell if it is the same one. Returns how many cells there are more.
 template <typename Cell>
 std::size_t append(std::vector<Cell>& cells, const Cell& next) {
   if (!cells.empty() && cells.back().cell == next.cell) {

@@ -51,7 +51,7 @@ class Series {
   /// `device` is its place among the findings' devices, `at` the run's time, which never goes back.
   /// A strength of 127 is no reading and has no effect.
   void heard(std::size_t device, MainQueue::Time at, std::int8_t rssi);
-  /// In dBm and metres; 0 and a negative number where there is none.
+  /// In dBm and metres; 0 and a negative number if there is none.
   void detected(std::size_t device, MainQueue::Time at, double rssi, double distance);
 
   /// Doubles the cells until the tracks of `devices` together have no more than `cellsAtMost`, or

@@ -58,7 +58,7 @@ class AddressTable {
     [[no_unique_address]] Value value{};
   };
 
-  /// Where `key` is, or where it belongs: the next slot is tried where one is taken.
+  /// Where `key` is, or where it belongs: the next slot is tried if one is taken.
   Slot& slotOf(std::uint64_t key) {
     // Multiplied by 2^64 over the golden ratio, neighbouring addresses lie far apart, and the upper
     // bits depend on all of the key.

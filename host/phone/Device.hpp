@@ -14,7 +14,7 @@ namespace nimbrel {
 
 /// What a phone remembers of one device. A scan of a crowded place hears a million of them, so the
 /// byte strings of a device stand one behind the other: in the device itself, as those of a beacon,
-/// or in one block of memory where they are longer.
+/// or in one block of memory if they are longer.
 class Device {
  public:
   enum class Part : std::uint8_t {
@@ -60,7 +60,7 @@ class Device {
 
   std::array<std::uint32_t, 3> sizes_{kAbsent, kAbsent, kAbsent};
   std::array<std::uint8_t, 28> few_{};
-  std::unique_ptr<std::uint8_t[]> block_;  // null where the few are enough
+  std::unique_ptr<std::uint8_t[]> block_;  // null if the few are enough
 };
 
 }  // namespace nimbrel

@@ -29,7 +29,7 @@ std::size_t keptOf(std::span<const std::uint8_t> payload) {
   return payload.size() < kCompanySize ? 0 : kCompanySize;
 }
 
-/// Behind a blank, the word that admits a device of that name; empty where there is none.
+/// Returns a blank and the word that admits a device of that name; empty if it has none.
 std::string wordIn(std::string_view name) {
   const auto equals = [](char letter, char wanted) {
     return (letter >= 'A' && letter <= 'Z' ? letter - 'A' + 'a' : letter) == wanted;

@@ -17,7 +17,7 @@
 //   series          for each device in the plots: device (its index in devices); readings,
 //                   [cell, dBm] or [cell, least, mean, most, count]; detections, [cell, dBm,
 //                   metres] or [cell, mean dBm, mean metres, nearest, farthest, count, silent],
-//                   with null where there is no strength or no distance, and silent of them without
+//                   with null if there is no strength or no distance, and silent of them without
 //                   both
 //   seriesLeftOut   how many listed devices have no series because there would be too many
 //   lanes           kind ("bluetooth", "permission" or "region"), name of a region, stretches (each
