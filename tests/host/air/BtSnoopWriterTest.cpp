@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <filesystem>
 #include <fstream>
@@ -32,7 +33,8 @@ class Recorder : public testing::Test {
     return toHex(text(std::string(std::istreambuf_iterator<char>(stream), {})));
   }
 
-  const std::string path = testing::TempDir() + "nimbrel_recorder";
+  // Tests run side by side, each in a process of its own.
+  const std::string path = testing::TempDir() + "nimbrel_recorder_" + std::to_string(getpid());
 };
 
 TEST_F(Recorder, WritesTheBytesThatOthersRead) {
