@@ -18,8 +18,8 @@ namespace nimbrel {
 /// An extended advertisement may take several PDUs, each with a pointer to the next one and the
 /// identifier of its set: the first has the address, the others have the data. They are joined
 /// under the time and strength of the last one. If the rest is not received, the data so far is
-/// returned some tenths of a second later, under its own time. Source: Bluetooth Core
-/// Specification, volume 6, part B, section 2.3.4.
+/// returned some tenths of a second later, under its own time.
+/// Source: Bluetooth Core Specification, volume 6, part B, section 2.3.4.
 class LinkLayer {
  public:
   /// Starts reading a packet. REQUIRES: its data stays valid while `next` is called.

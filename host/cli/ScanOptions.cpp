@@ -16,8 +16,9 @@ usage: nimbrel scan [CAPTURE ...] [options]
 CAPTURE is a btsnoop, Apple PacketLogger, pcap or pcapng file, an Android bug report, an archive or
 a compressed file with such a recording in it, or '-' for the standard input; several are played as
 one, in the order of their times; with none, the recording that comes with the program is scanned.
---live scans with a Bluetooth adapter of this machine, which BlueZ has to run. Without --filter every advertising device is looked at
-(generic mode); with one or more, the iBeacons that match are ranged (filter mode).
+--live scans with a Bluetooth adapter of this machine, which BlueZ has to run. Without --filter every
+advertising device is looked at (generic mode); with one or more, the iBeacons that match are ranged
+(filter mode).
 )";
 
 constexpr std::string_view kNotes = R"(
