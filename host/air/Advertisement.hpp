@@ -3,10 +3,7 @@
 #include <array>
 #include <chrono>
 #include <compare>
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
-#include <functional>
 #include <span>
 
 namespace nimbrel {
@@ -22,14 +19,6 @@ struct DeviceAddress {
   AddressType type = AddressType::randomAddress;
 
   friend auto operator<=>(const DeviceAddress&, const DeviceAddress&) = default;
-};
-
-struct DeviceAddressHash {
-  std::size_t operator()(const DeviceAddress& address) const {
-    std::uint64_t digits = 0;
-    std::memcpy(&digits, address.bytes.data(), sizeof address.bytes);
-    return std::hash<std::uint64_t>()(digits << 1U | static_cast<std::uint64_t>(address.type));
-  }
 };
 
 /// One advertising report, whatever its source.

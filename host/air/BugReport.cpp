@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "host/air/ByteCursor.hpp"
+#include "host/base/Bytes.hpp"
 #include "host/base/InputError.hpp"
 
 namespace nimbrel {
@@ -21,10 +22,6 @@ constexpr std::string_view kEnd = "--- END:BTSNOOP_LOG_SUMMARY";
 constexpr std::size_t kLargestLog = std::size_t{64} << 20U;
 /// The version and the time of the last packet.
 constexpr std::size_t kHeaderSize = 9;
-
-std::string_view textOf(std::span<const std::uint8_t> bytes) {
-  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
 
 /// What stands below the line with the mark; nothing without it.
 std::optional<std::string_view> packedLog(std::string_view text) {

@@ -4,6 +4,7 @@
 #include <string_view>
 
 #include "host/air/ByteCursor.hpp"
+#include "host/base/Bytes.hpp"
 
 namespace nimbrel {
 namespace {
@@ -42,10 +43,6 @@ constexpr std::string_view kPrinted[] = {"HCI Event: ", "HCI sniffer", "LE Meta 
 
 /// Enough to tell that records follow one another, which they do not by chance.
 constexpr int kEnough = 3;
-
-std::string_view textOf(std::span<const std::uint8_t> bytes) {
-  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
 
 /// Moves past a packet with its H4 type in front. Returns false if it is none.
 bool passH4(ByteCursor& cursor) {

@@ -14,6 +14,7 @@
 
 #include "host/air/Capture.hpp"
 #include "host/air/MappedFile.hpp"
+#include "host/base/Bytes.hpp"
 #include "host/base/InputError.hpp"
 #include "host/base/NewFile.hpp"
 #include "host/base/Output.hpp"
@@ -140,8 +141,7 @@ void writeScenario(const ConvertOptions& options, const Source& source, const Co
 void convert(const ConvertOptions& options) {
   refuseSameFile(options);
   const MappedFile file(options.input);
-  const std::string_view text(reinterpret_cast<const char*>(file.bytes().data()),
-                              file.bytes().size());
+  const std::string_view text = textOf(file.bytes());
   const Source source =
       isScenario(text) ? scenarioSource(text, options.input) : captureSource(file, options.input);
   if (source.isScenario && options.writesScenario) {

@@ -7,8 +7,12 @@
 
 namespace nimbrel {
 
+std::chrono::microseconds ReportKeeper::clockOf(const Phone& phone) {
+  return std::chrono::microseconds(std::llround(phone.timeIntervalSince1970() * 1e6));
+}
+
 void ReportKeeper::start(Phone& phone) {
-  begin_ = std::chrono::microseconds(std::llround(phone.timeIntervalSince1970() * 1e6));
+  begin_ = clockOf(phone);
   lanes_.bluetoothChanged(phone.bluetooth().state(), Time(0));
   lanes_.authorizationChanged(phone.location().authorization(), Time(0));
 }

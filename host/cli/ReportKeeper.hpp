@@ -25,6 +25,9 @@ class ReportKeeper {
   /// `options` outlive the keeper.
   explicit ReportKeeper(const ReportOptions& options) : options_(options) {}
 
+  /// The phone's wall clock, since 1970.
+  static std::chrono::microseconds clockOf(const Phone& phone);
+
   /// The run starts with the phone as it is.
   void start(Phone& phone);
   void heard(std::size_t device, Time at, std::int8_t rssi) { series_.heard(device, at, rssi); }

@@ -125,14 +125,11 @@ void ScanSession::logged(std::string_view line) {
 }
 
 void ScanSession::countForFilter(const EncodableMap& event) {
-  const std::string& uuid = *valueFor<std::string>(event, "uuid");
-  const std::int64_t major = *integerFor(event, "majorId");
-  const std::int64_t minor = *integerFor(event, "minorId");
-  const auto accepts = [&](const FoundFilter& each) {
-    return each.filter.has_value() && each.filter->accepts(uuid, major, minor);
-  };
-  if (const auto place = std::ranges::find_if(filters_, accepts); place != filters_.end()) {
-    ++place->events;
+  const std::size_t filter =
+      firstAccepting(filters_, *valueFor<std::string>(event, "uuid"), *integerFor(event, "majorId"),
+                     *integerFor(event, "minorId"));
+  if (filter < filters_.size()) {
+    ++filters_[filter].events;
   }
 }
 

@@ -1,12 +1,12 @@
 #include "host/cli/ScenarioReport.hpp"
 
 #include <algorithm>
-#include <cmath>
+#include <iterator>
 #include <variant>
 
 #include "Classes/model/EncodableAccess.hpp"
-#include "host/air/AdvertisingData.hpp"
 #include "host/air/MappedFile.hpp"
+#include "host/base/Bytes.hpp"
 #include "host/base/InputError.hpp"
 #include "host/scenario/Simulation.hpp"
 #include "host/scenario/Stage.hpp"
@@ -17,8 +17,7 @@ namespace {
 
 Scenario readScenario(const std::string& path) {
   const MappedFile file(path);
-  const auto bytes = file.bytes();
-  return Scenario::parse({reinterpret_cast<const char*>(bytes.data()), bytes.size()}, path);
+  return Scenario::parse(textOf(file.bytes()), path);
 }
 
 /// The filters of all calls of `startDetection`. Throws InputError if some are without any.
@@ -48,18 +47,6 @@ EncodableList filtersOf(const Scenario& scenario, const std::string& name) {
                      "two; make a scenario of each");
   }
   return filters;
-}
-
-std::vector<std::uint8_t> dataOf(const actions::Advertise& advertise) {
-  if (const auto* data = std::get_if<actions::Advertise::Data>(&advertise.payload)) {
-    return data->bytes;
-  }
-  std::vector<std::uint8_t> bytes;
-  const auto& parts = std::get<actions::Advertise::Parts>(advertise.payload);
-  if (parts.manufacturerData.has_value()) {
-    AdvertisingData::append(bytes, AdvertisingData::manufacturerSpecific, *parts.manufacturerData);
-  }
-  return bytes;
 }
 
 }  // namespace
@@ -100,12 +87,8 @@ void ScenarioReport::received(const EncodableValue& event) {
 void ScenarioReport::hearing(const actions::Advertise& advertise) {
   Advertisement advertisement;
   advertisement.address = advertise.address;
-  advertisement.time =
-      std::chrono::microseconds(std::llround(phone_->timeIntervalSince1970() * 1e6));
-  advertisement.rssi =
-      static_cast<std::int8_t>(std::clamp(std::round(advertise.rssi), -128.0, 127.0));
-  const std::vector<std::uint8_t> data = dataOf(advertise);
-  advertisement.data = data;
+  advertisement.time = ReportKeeper::clockOf(*phone_);
+  advertisement.rssi = advertise.wholeRssi();
   device_ = findings_.begin(advertisement, queue_.now());
   rssi_ = advertisement.rssi;
 }

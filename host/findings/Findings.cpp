@@ -75,6 +75,14 @@ std::vector<FoundFilter> foundFilters(const EncodableList& maps) {
   return filters;
 }
 
+std::size_t firstAccepting(std::span<const FoundFilter> filters, std::string_view uuid,
+                           std::int64_t major, std::int64_t minor) {
+  const auto accepts = [&](const FoundFilter& each) {
+    return each.filter.has_value() && each.filter->accepts(uuid, major, minor);
+  };
+  return static_cast<std::size_t>(std::ranges::find_if(filters, accepts) - filters.begin());
+}
+
 Findings::Findings(const Setup& setup)
     : withholdsBeacons_(setup.withholdsBeacons),
       keepsStories_(setup.keepsStories),
@@ -234,12 +242,8 @@ Findings::Acceptance& Findings::acceptanceOf(const BeaconIdentity& identity) {
   Acceptance& acceptance = place->second;
   if (isNew) {
     const UuidText uuid(identity.uuid);
-    const auto accepting = std::ranges::find_if(filters_, [&](const FoundFilter& each) {
-      return each.filter.has_value() && each.filter->accepts(uuid, identity.major, identity.minor);
-    });
-    if (accepting != filters_.end()) {
-      acceptance.filter = static_cast<std::size_t>(accepting - filters_.begin());
-    }
+    const std::size_t filter = firstAccepting(filters_, uuid, identity.major, identity.minor);
+    acceptance.filter = filter < filters_.size() ? filter : kNone;
   }
   return acceptance;
 }

@@ -8,6 +8,7 @@
 #include <deque>
 #include <map>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -113,6 +114,11 @@ struct FoundFilter {
 
 /// Of filter maps, as `startDetection` takes them.
 std::vector<FoundFilter> foundFilters(const EncodableList& maps);
+
+/// The place of the first filter that accepts a beacon, or the number of filters if none does.
+/// REQUIRES: `uuid` is in upper case.
+std::size_t firstAccepting(std::span<const FoundFilter> filters, std::string_view uuid,
+                           std::int64_t major, std::int64_t minor);
 
 /// One beacon of a filter-mode run.
 struct FoundBeacon {

@@ -16,10 +16,6 @@ namespace nimbrel {
 
 namespace {
 
-std::int64_t milliseconds(std::chrono::microseconds reading) {
-  return std::chrono::floor<std::chrono::milliseconds>(reading).count();
-}
-
 void addIdentity(Members& members, const BeaconIdentity& identity) {
   members.text("uuid", UuidText(identity.uuid));
   members.number("majorId", identity.major);
@@ -89,8 +85,8 @@ void appendDeviceJson(std::string& out, const Findings& findings, const FoundDev
   }
   addFrames(members, out, device);
   members.count("heard", device.heard);
-  members.number("first", milliseconds(device.first));
-  members.number("last", milliseconds(device.last));
+  members.reading("first", device.first);
+  members.reading("last", device.last);
   addStrengths(members, device);
   addFates(members, device);
   if (findings.isGeneric()) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -33,6 +34,11 @@ class Members {
   void number(std::string_view key, std::int64_t number) { appendJson(value(key), number); }
   void count(std::string_view key, std::uint64_t count) {
     number(key, static_cast<std::int64_t>(count));
+  }
+
+  /// A clock's reading since 1970, in milliseconds.
+  void reading(std::string_view key, std::chrono::microseconds reading) {
+    number(key, std::chrono::floor<std::chrono::milliseconds>(reading).count());
   }
 
   /// An array, whose elements `append(element)` appends.

@@ -1,7 +1,8 @@
 #include "host/findings/Lanes.hpp"
 
 #include <algorithm>
-#include <array>
+
+#include "host/phone/StateNames.hpp"
 
 namespace nimbrel {
 
@@ -12,19 +13,14 @@ constexpr std::string_view kInside = "inside";
 constexpr std::string_view kRanged = "ranged";
 constexpr std::string_view kRefused = "refused";
 
-/// The words of scenarios.
 std::string_view nameOf(CBManagerState state) {
-  constexpr std::array<std::string_view, 6> kNames = {"unknown",      "resetting",  "unsupported",
-                                                      "unauthorized", "poweredOff", "poweredOn"};
   const auto index = static_cast<std::uint64_t>(state);
-  return index < kNames.size() ? kNames[index] : "another state";
+  return index < kBluetoothStates.size() ? kBluetoothStates[index] : "another state";
 }
 
 std::string_view nameOf(CLAuthorizationStatus status) {
-  constexpr std::array<std::string_view, 5> kNames = {"notDetermined", "restricted", "denied",
-                                                      "always", "whenInUse"};
   const auto index = static_cast<std::uint64_t>(status);
-  return index < kNames.size() ? kNames[index] : "another status";
+  return index < kAuthorizations.size() ? kAuthorizations[index] : "another status";
 }
 
 /// Ends the stretch of that state, or of whatever state if it is empty.

@@ -25,10 +25,6 @@ constexpr std::size_t kCellsAtMost = 40'000;
 
 double seconds(MainQueue::Time time) { return std::chrono::duration<double>(time).count(); }
 
-std::int64_t milliseconds(std::chrono::microseconds reading) {
-  return std::chrono::floor<std::chrono::milliseconds>(reading).count();
-}
-
 struct RankedDevice {
   std::size_t place;
   Rank rank;
@@ -81,15 +77,15 @@ void addSource(Members& object, const Report& report) {
   source.array("files", report.files,
                [&out](const std::string& file) { appendJson(out, std::string_view(file)); });
   source.text("command", report.command);
-  source.number("begin", milliseconds(report.begin));
+  source.reading("begin", report.begin);
   source.text("zone", report.clock.zone(report.begin));
   source.number("offset", report.clock.offset(report.begin).count());
   source.count("damagedPackets", report.damagedPackets);
   source.array("jumps", report.jumps, [&out](const Report::Jump& each) {
     Members jump(out);
     appendJson(jump.value("at"), seconds(each.at));
-    jump.number("before", milliseconds(each.clock.before));
-    jump.number("after", milliseconds(each.clock.after));
+    jump.reading("before", each.clock.before);
+    jump.reading("after", each.clock.after);
   });
 }
 

@@ -2,20 +2,25 @@
 
 #include <algorithm>
 
+#include "host/base/Bytes.hpp"
+
 namespace nimbrel {
+
+bool Device::areEqual(const std::optional<Bytes>& left, const std::optional<Bytes>& right) {
+  return left.has_value() == right.has_value() &&
+         (!left.has_value() || std::ranges::equal(*left, *right));
+}
 
 std::optional<std::string_view> Device::name() const {
   const std::optional<Bytes> bytes = part(Part::name);
   if (!bytes.has_value()) {
     return std::nullopt;
   }
-  return std::string_view(reinterpret_cast<const char*>(bytes->data()), bytes->size());
+  return textOf(*bytes);
 }
 
 bool Device::set(Part changed, std::optional<Bytes> bytes) {
-  const std::optional<Bytes> before = part(changed);
-  if (before.has_value() == bytes.has_value() &&
-      (!before.has_value() || std::ranges::equal(*before, *bytes))) {
+  if (areEqual(part(changed), bytes)) {
     return false;
   }
   std::array<std::optional<Bytes>, 3> parts{part(Part::name), part(Part::advertised),

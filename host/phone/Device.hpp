@@ -38,6 +38,9 @@ class Device {
   }
   [[nodiscard]] std::optional<std::string_view> name() const;
 
+  /// Whether two parts are the same bytes, or both absent.
+  static bool areEqual(const std::optional<Bytes>& left, const std::optional<Bytes>& right);
+
   /// Returns whether that made a difference. `bytes` may be a view of another part.
   bool set(Part changed, std::optional<Bytes> bytes);
 

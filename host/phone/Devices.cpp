@@ -5,6 +5,7 @@
 
 #include "Classes/bluetooth/BeaconFrame.hpp"
 #include "Classes/text/Utf8.hpp"
+#include "host/base/Bytes.hpp"
 #include "host/phone/Rules.hpp"
 
 namespace nimbrel {
@@ -13,21 +14,12 @@ namespace {
 
 using Bytes = Device::Bytes;
 
-Bytes bytesOf(std::string_view text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
 void appendValid(std::string_view text, std::string& valid) {
   while (!text.empty()) {
     const Utf8Character character = decodeUtf8(text);
     valid.append(character.valid ? text.substr(0, character.size) : "\uFFFD");
     text.remove_prefix(character.size);
   }
-}
-
-bool areEqual(const std::optional<Bytes>& left, const std::optional<Bytes>& right) {
-  return left.has_value() == right.has_value() &&
-         (!left.has_value() || std::ranges::equal(*left, *right));
 }
 
 bool isForgotten(const Device& device, MainQueue::Time now) {
@@ -130,7 +122,7 @@ void Devices::takeName(Device& device, const AdvertisingData& data, bool isScanR
   device.nameRank = rank;
   device.isNameFromScanResponse = isScanResponse;
 
-  const std::string_view bytes(reinterpret_cast<const char*>(data.name->data()), data.name->size());
+  const std::string_view bytes = textOf(*data.name);
   // Some devices fill the field up with zeros.
   const auto name = bytes.substr(0, bytes.find('\0'));
   if (name.empty() || name == device.name()) {
@@ -146,7 +138,7 @@ void Devices::set(Device& device, Device::Part part, std::optional<Bytes> bytes)
     device.isChanged |= device.set(part, bytes);
     return;
   }
-  if (areEqual(device.part(part), bytes)) {
+  if (Device::areEqual(device.part(part), bytes)) {
     return;
   }
   // Scans may not see the part that changes, or see the same bytes in the other one.
@@ -157,8 +149,8 @@ void Devices::set(Device& device, Device::Part part, std::optional<Bytes> bytes)
     before.assign(visible->begin(), visible->end());
   }
   device.set(part, bytes);
-  device.isChanged = !areEqual(wasVisible ? std::optional(Bytes(before)) : std::nullopt,
-                               visibleManufacturerData(device));
+  device.isChanged = !Device::areEqual(wasVisible ? std::optional(Bytes(before)) : std::nullopt,
+                                       visibleManufacturerData(device));
 }
 
 }  // namespace nimbrel

@@ -7,18 +7,11 @@
 #include "Classes/bluetooth/Admission.hpp"
 #include "Classes/bluetooth/BeaconFrame.hpp"
 #include "host/air/ByteCursor.hpp"
+#include "host/base/Bytes.hpp"
 
 namespace nimbrel {
 
 namespace {
-
-std::span<const std::uint8_t> bytesOf(std::string_view text) {
-  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
-}
-
-std::string_view textOf(std::span<const std::uint8_t> bytes) {
-  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
-}
 
 /// How many bytes of manufacturer data stay: a beacon's frame, or the company.
 std::size_t keptOf(std::span<const std::uint8_t> payload) {

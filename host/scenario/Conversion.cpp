@@ -61,11 +61,8 @@ class ScenarioAir {
     Advertisement advertisement;
     advertisement.time = clock();
     advertisement.address = sent.address;
-    constexpr double kWeakest = -128.0;
-    constexpr double kStrongest = 127.0;
-    const double rssi = std::clamp(std::round(sent.rssi), kWeakest, kStrongest);
-    advertisement.rssi = static_cast<std::int8_t>(rssi);
-    bool isChanged = rssi != sent.rssi;
+    advertisement.rssi = sent.wholeRssi();
+    bool isChanged = advertisement.rssi != sent.rssi;
     Bytes made;
     if (const auto* data = std::get_if<actions::Advertise::Data>(&sent.payload)) {
       advertisement.isScanResponse = data->isScanResponse;

@@ -25,12 +25,11 @@ std::string listed(const auto& words) {
   return list;
 }
 
-std::optional<std::size_t> placeOf(const Json& value,
-                                   std::initializer_list<std::string_view> words) {
+std::optional<std::size_t> placeOf(const Json& value, std::span<const std::string_view> words) {
   if (!value.is_string()) {
     return std::nullopt;
   }
-  const auto* found = std::ranges::find(words, value.get_ref<const std::string&>());
+  const auto found = std::ranges::find(words, value.get_ref<const std::string&>());
   return found == words.end() ? std::nullopt : std::optional<std::size_t>(found - words.begin());
 }
 
@@ -218,14 +217,14 @@ std::vector<std::uint8_t> JsonFields::bytes(std::string_view key) {
 }
 
 std::size_t JsonFields::word(std::string_view key, std::initializer_list<std::string_view> words) {
-  if (const auto place = placeOf(need(key), words)) {
+  if (const auto place = placeOf(need(key), {words.begin(), words.size()})) {
     return *place;
   }
   throw LineFault(inQuotes(key) + " is none of " + listed(words));
 }
 
 std::int64_t JsonFields::wordOrInteger(std::string_view key,
-                                       std::initializer_list<std::string_view> words) {
+                                       std::span<const std::string_view> words) {
   const Json& value = need(key);
   if (isInteger(value)) {
     return value.get<std::int64_t>();

@@ -4,6 +4,7 @@
 #include <initializer_list>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -62,7 +63,7 @@ class JsonFields {
   /// The place of a word in `words`, from 0.
   std::size_t word(std::string_view key, std::initializer_list<std::string_view> words);
   /// The same, or the integer that stands in place of a word.
-  std::int64_t wordOrInteger(std::string_view key, std::initializer_list<std::string_view> words);
+  std::int64_t wordOrInteger(std::string_view key, std::span<const std::string_view> words);
 
   /// Throws LineFault if there is a key that nothing asked for. It names those asked for.
   void requireNoOthers() const;

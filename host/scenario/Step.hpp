@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -76,6 +78,10 @@ struct Advertise {
   std::variant<Parts, Data> payload;
   /// In dBm.
   double rssi = 0.0;
+  /// The strength as a controller can report it, a whole number from -128 to 127.
+  [[nodiscard]] std::int8_t wholeRssi() const {
+    return static_cast<std::int8_t>(std::clamp(std::round(rssi), -128.0, 127.0));
+  }
   /// Absent for a single advertisement.
   std::optional<MainQueue::Time> every;
   /// How long the repeats go on.

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "host/air/AddressText.hpp"
+#include "host/phone/StateNames.hpp"
 
 namespace nimbrel {
 
@@ -39,6 +40,8 @@ actions::Discover readDiscovery(const Json& json) {
   return discover;
 }
 
+constexpr std::array<std::string_view, 4> kProximities = {"unknown", "immediate", "near", "far"};
+
 CLBeacon readBeacon(const Json& json) {
   JsonFields fields(json, "an element of \"beacons\"");
   CLBeacon beacon;
@@ -47,8 +50,7 @@ CLBeacon readBeacon(const Json& json) {
   beacon.minor = fields.integer("minor");
   beacon.rssi = fields.integer("rssi");
   beacon.accuracy = fields.number("accuracy");
-  beacon.proximity =
-      CLProximity{fields.wordOrInteger("proximity", {"unknown", "immediate", "near", "far"})};
+  beacon.proximity = CLProximity{fields.wordOrInteger("proximity", kProximities)};
   fields.requireNoOthers();
   return beacon;
 }
@@ -238,14 +240,11 @@ Step readStep(const Json& json, MainQueue::Time before, MainQueue::Time otherwis
 }
 
 CLAuthorizationStatus readAuthorization(JsonFields& fields, std::string_view key) {
-  return CLAuthorizationStatus{
-      fields.wordOrInteger(key, {"notDetermined", "restricted", "denied", "always", "whenInUse"})};
+  return CLAuthorizationStatus{fields.wordOrInteger(key, kAuthorizations)};
 }
 
 CBManagerState readBluetoothState(JsonFields& fields) {
-  return CBManagerState{fields.wordOrInteger(
-      "bluetooth",
-      {"unknown", "resetting", "unsupported", "unauthorized", "poweredOff", "poweredOn"})};
+  return CBManagerState{fields.wordOrInteger("bluetooth", kBluetoothStates)};
 }
 
 }  // namespace nimbrel
