@@ -124,12 +124,15 @@ void deskTests() {
     ]) {
       await withFile('air.jsonl', steps.replaceFirst('CALL', arguments), (path) async {
         final heard = <Detection>[];
+        final replies = <Object?>[];
         await atDesk(scenario: path, (desk) async {
+          desk.transcript.where((line) => line.containsKey('reply')).listen(replies.add);
           Nimbrel.detections.listen(heard.add);
           await Nimbrel.startDetection(filters: filters);
           await desk.waitUntilEnd();
           expect(desk.time, const Duration(minutes: 1));
         });
+        expect(replies.length, 1, 'only the call of this program');
         final expected = await printed(['simulate', path], key: 'event');
         expect(heard, expected);
         expect(heard.length > 3, true, '${heard.length} detections');

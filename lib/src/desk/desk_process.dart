@@ -116,7 +116,7 @@ class DeskProcess {
     }
     _onLine(line);
     switch (line) {
-      case {'done': final int number} when number == _line && _steps.isNotEmpty:
+      case {'done': _} when _steps.isNotEmpty:
         _answer().played.complete();
       case {'error': final String error, 'line': final int number} when _steps.isNotEmpty:
         // That of the line before the first step is the phone's.
