@@ -62,12 +62,16 @@ std::vector<const FoundDevice*> ExplainSession::devicesAskedFor() const {
 
 void ExplainSession::writeJson() {
   for (const FoundDevice* device : devicesAskedFor()) {
-    appendDeviceJson(output_.buffer(), findings(), *device);
-    output_.buffer().push_back('\n');
+    {
+      JsonWriter json(output_.buffer());
+      writeDevice(json, findings(), *device);
+      json.put('\n');
+    }
     output_.lineEnded();
   }
-  appendRunJson(output_.buffer(), findings());
-  output_.buffer().push_back('\n');
+  JsonWriter json(output_.buffer());
+  writeRun(json, findings());
+  json.put('\n');
 }
 
 void ExplainSession::writeText() {

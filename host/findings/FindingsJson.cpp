@@ -7,7 +7,6 @@
 
 #include "Classes/text/UuidText.hpp"
 #include "host/air/AddressText.hpp"
-#include "host/base/JsonText.hpp"
 #include "host/findings/JsonMembers.hpp"
 #include "host/findings/Reasons.hpp"
 #include "host/phone/BluetoothService.hpp"
@@ -18,12 +17,12 @@ namespace {
 
 void addIdentity(Members& members, const BeaconIdentity& identity) {
   members.text("uuid", UuidText(identity.uuid));
-  members.number("majorId", identity.major);
-  members.number("minorId", identity.minor);
+  members.integer("majorId", identity.major);
+  members.integer("minorId", identity.minor);
 }
 
 /// The last frame under the device's own keys, and all of them if there are several.
-void addFrames(Members& members, std::string& out, const FoundDevice& device) {
+void addFrames(Members& members, const FoundDevice& device) {
   if (device.frames.empty()) {
     for (const char* key : {"frame", "uuid", "majorId", "minorId", "txPower"}) {
       members.null(key);
@@ -32,18 +31,18 @@ void addFrames(Members& members, std::string& out, const FoundDevice& device) {
     const FoundFrame& last = device.frames[device.lastFrame];
     members.text("frame", last.isAltBeacon ? "AltBeacon" : "iBeacon");
     addIdentity(members, last.identity);
-    members.number("txPower", last.measuredPower);
+    members.integer("txPower", last.measuredPower);
   }
   if (device.hasManufacturerData) {
-    members.number("company", device.company);
+    members.integer("company", device.company);
   } else {
     members.null("company");
   }
   if (device.frames.size() > 1) {
-    members.array("beacons", device.frames, [&out](const FoundFrame& frame) {
-      Members beacon(out);
+    members.array("beacons", device.frames, [](JsonWriter& json, const FoundFrame& frame) {
+      Members beacon(json);
       addIdentity(beacon, frame.identity);
-      beacon.count("heard", frame.heard);
+      beacon.integer("heard", frame.heard);
     });
   }
 }
@@ -54,9 +53,9 @@ void addStrengths(Members& members, const FoundDevice& device) {
     return;
   }
   Members strengths(members.value("rssi"));
-  strengths.number("min", device.rssiMin);
-  appendJson(strengths.value("mean"), device.rssiMean());
-  strengths.number("max", device.rssiMax);
+  strengths.integer("min", device.rssiMin);
+  strengths.real("mean", device.rssiMean());
+  strengths.integer("max", device.rssiMax);
 }
 
 void addFates(Members& members, const FoundDevice& device) {
@@ -64,16 +63,17 @@ void addFates(Members& members, const FoundDevice& device) {
   for (std::size_t index = 0; index < kFates; ++index) {
     const auto fate = static_cast<Fate>(index);
     if (device.count(fate) > 0) {
-      fates.count(nameOf(fate), device.count(fate));
+      fates.integer(nameOf(fate), device.count(fate));
     }
   }
 }
 
+void writeReason(JsonWriter& json, const Reason& reason) { json.text(reason.sentence); }
+
 }  // namespace
 
-void appendDeviceJson(std::string& out, const Findings& findings, const FoundDevice& device) {
-  const auto appendText = [&out](std::string_view text) { appendJson(out, text); };
-  Members members(out);
+void writeDevice(JsonWriter& json, const Findings& findings, const FoundDevice& device) {
+  Members members(json);
   members.text("device", addressText(device.address));
   members.text("addressType",
                device.address.type == AddressType::publicAddress ? "public" : "random");
@@ -83,55 +83,52 @@ void appendDeviceJson(std::string& out, const Findings& findings, const FoundDev
   } else {
     members.null("name");
   }
-  addFrames(members, out, device);
-  members.count("heard", device.heard);
+  addFrames(members, device);
+  members.integer("heard", device.heard);
   members.reading("first", device.first);
   members.reading("last", device.last);
   addStrengths(members, device);
   addFates(members, device);
   if (findings.isGeneric()) {
-    members.count("events", device.count(Fate::event));
+    members.integer("events", device.count(Fate::event));
   }
-  members.array("why", reasonsFor(findings, device),
-                [&](const Reason& reason) { appendText(reason.sentence); });
-  members.array("iphone", onIPhone(findings, device), appendText);
+  members.array("why", reasonsFor(findings, device), writeReason);
+  members.texts("iphone", onIPhone(findings, device));
 }
 
 void addRun(Members& object, const Findings& findings, std::size_t beaconsAtMost) {
-  std::string& out = object.value("run");
-  const auto appendText = [&out](std::string_view text) { appendJson(out, text); };
-  Members run(out);
+  Members run(object.value("run"));
   run.text("mode", findings.isGeneric() ? "generic" : "filter");
-  run.count("advertisements", findings.advertisements());
-  run.count("devices", findings.devices().size());
-  run.count("events", findings.events());
-  appendJson(run.value("seconds"), std::chrono::duration<double>(findings.length()).count());
-  run.array("filters", findings.filters(), [&out](const FoundFilter& each) {
-    Members filter(out);
+  run.integer("advertisements", findings.advertisements());
+  run.integer("devices", findings.devices().size());
+  run.integer("events", findings.events());
+  run.real("seconds", std::chrono::duration<double>(findings.length()).count());
+  run.array("filters", findings.filters(), [](JsonWriter& json, const FoundFilter& each) {
+    Members filter(json);
     filter.text("filter", filterText(each.map));
-    filter.count("events", each.events);
+    filter.integer("events", each.events);
   });
   const std::size_t beacons = std::min(beaconsAtMost, findings.beacons().size());
   run.array("beacons", std::span(findings.beacons()).first(beacons),
-            [&out](const FoundBeacon& each) {
-              Members beacon(out);
+            [](JsonWriter& json, const FoundBeacon& each) {
+              Members beacon(json);
               addIdentity(beacon, each.identity);
               if (each.identifier.has_value()) {
                 beacon.text("identifier", *each.identifier);
               } else {
                 beacon.null("identifier");
               }
-              beacon.count("devices", each.devices);
-              beacon.count("heard", each.heard);
-              beacon.count("events", each.events);
-              beacon.count("silent", each.silent);
+              beacon.integer("devices", each.devices);
+              beacon.integer("heard", each.heard);
+              beacon.integer("events", each.events);
+              beacon.integer("silent", each.silent);
             });
   // Readings of the clock are in UTC here, as the milliseconds are.
-  run.array("why", reasonsForRun(findings, WallClock(true)), appendText);
+  run.texts("why", reasonsForRun(findings, WallClock(true)));
 }
 
-void appendRunJson(std::string& out, const Findings& findings) {
-  Members line(out);
+void writeRun(JsonWriter& json, const Findings& findings) {
+  Members line(json);
   addRun(line, findings);
 }
 

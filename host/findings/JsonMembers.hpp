@@ -1,63 +1,62 @@
 #pragma once
 
 #include <chrono>
-#include <cstdint>
-#include <string>
+#include <concepts>
 #include <string_view>
 
-#include "host/base/JsonText.hpp"
+#include "host/base/JsonWriter.hpp"
 
 namespace nimbrel {
 
-/// Writes the members of one JSON object, which ends with the writer. Text goes straight to the
+/// Writes the members of one JSON object, which ends with `Members`. Text goes straight to the
 /// output: a recording may hold a hundred thousand devices.
 class Members {
  public:
-  explicit Members(std::string& out) : out_(out) { out_.push_back('{'); }
+  explicit Members(JsonWriter& json) : json_(json) { json_.put('{'); }
   Members(const Members&) = delete;
   Members& operator=(const Members&) = delete;
-  ~Members() { out_.push_back('}'); }
+  ~Members() { json_.put('}'); }
 
   /// The place for the value of the next member. Keys need no escaping.
-  std::string& value(std::string_view key) {
-    if (!isFirst_) {
-      out_.push_back(',');
-    }
+  JsonWriter& value(std::string_view key) {
+    json_.put(isFirst_ ? "\"" : ",\"");
     isFirst_ = false;
-    out_.push_back('"');
-    out_.append(key).append("\":", 2);
-    return out_;
+    json_.put(key);
+    json_.put("\":");
+    return json_;
   }
 
-  void text(std::string_view key, std::string_view text) { appendJson(value(key), text); }
-  void null(std::string_view key) { value(key).append("null"); }
-  void number(std::string_view key, std::int64_t number) { appendJson(value(key), number); }
-  void count(std::string_view key, std::uint64_t count) {
-    number(key, static_cast<std::int64_t>(count));
-  }
+  void text(std::string_view key, std::string_view text) { value(key).text(text); }
+  void null(std::string_view key) { value(key).null(); }
+  void integer(std::string_view key, std::integral auto number) { value(key).integer(number); }
+  void real(std::string_view key, double number) { value(key).real(number); }
 
   /// A clock's reading since 1970, in milliseconds.
   void reading(std::string_view key, std::chrono::microseconds reading) {
-    number(key, std::chrono::floor<std::chrono::milliseconds>(reading).count());
+    integer(key, std::chrono::floor<std::chrono::milliseconds>(reading).count());
   }
 
-  /// An array, whose elements `append(element)` appends.
-  template <typename Elements, typename Append>
-  void array(std::string_view key, const Elements& elements, const Append& append) {
-    value(key).push_back('[');
+  /// An array, whose elements `write(json, element)` writes.
+  template <typename Elements, typename Write>
+  void array(std::string_view key, const Elements& elements, const Write& write) {
+    value(key).put('[');
     bool isFirst = true;
     for (const auto& element : elements) {
       if (!isFirst) {
-        out_.push_back(',');
+        json_.put(',');
       }
       isFirst = false;
-      append(element);
+      write(json_, element);
     }
-    out_.push_back(']');
+    json_.put(']');
+  }
+  template <typename Texts>
+  void texts(std::string_view key, const Texts& texts) {
+    array(key, texts, [](JsonWriter& json, const auto& text) { json.text(text); });
   }
 
  private:
-  std::string& out_;
+  JsonWriter& json_;
   bool isFirst_ = true;
 };
 

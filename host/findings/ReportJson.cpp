@@ -71,19 +71,17 @@ std::string headline(const Findings& findings) {
 }
 
 void addSource(Members& object, const Report& report) {
-  std::string& out = object.value("source");
-  Members source(out);
+  Members source(object.value("source"));
   source.text("kind", report.kind);
-  source.array("files", report.files,
-               [&out](const std::string& file) { appendJson(out, std::string_view(file)); });
+  source.texts("files", report.files);
   source.text("command", report.command);
   source.reading("begin", report.begin);
   source.text("zone", report.clock.zone(report.begin));
-  source.number("offset", report.clock.offset(report.begin).count());
-  source.count("damagedPackets", report.damagedPackets);
-  source.array("jumps", report.jumps, [&out](const Report::Jump& each) {
-    Members jump(out);
-    appendJson(jump.value("at"), seconds(each.at));
+  source.integer("offset", report.clock.offset(report.begin).count());
+  source.integer("damagedPackets", report.damagedPackets);
+  source.array("jumps", report.jumps, [](JsonWriter& json, const Report::Jump& each) {
+    Members jump(json);
+    jump.real("at", seconds(each.at));
     jump.reading("before", each.clock.before);
     jump.reading("after", each.clock.after);
   });
@@ -92,19 +90,19 @@ void addSource(Members& object, const Report& report) {
 /// Writes devices until there are enough of them. Returns how many.
 std::size_t addDevices(Members& object, const Findings& findings,
                        std::span<const RankedDevice> devices) {
-  std::string& out = object.value("devices");
-  out.push_back('[');
-  const std::size_t begin = out.size();
+  JsonWriter& json = object.value("devices");
+  json.put('[');
+  const std::size_t begin = json.size();
   std::size_t written = 0;
   while (written < std::min(devices.size(), kDevicesAtMost) &&
-         out.size() - begin < kBytesOfDevicesAtMost) {
+         json.size() - begin < kBytesOfDevicesAtMost) {
     if (written > 0) {
-      out.append(",\n");
+      json.put(",\n");
     }
-    appendDeviceJson(out, findings, findings.devices()[devices[written].place]);
+    writeDevice(json, findings, findings.devices()[devices[written].place]);
     ++written;
   }
-  out.push_back(']');
+  json.put(']');
   return written;
 }
 
@@ -121,47 +119,46 @@ void addRest(Members& object, const Findings& findings, std::span<const RankedDe
   }
   std::vector<std::pair<std::string_view, std::uint64_t>> ordered(topics.begin(), topics.end());
   std::ranges::stable_sort(ordered, std::greater<>(), [](const auto& each) { return each.second; });
-  std::string& out = object.value("rest");
-  Members rest(out);
-  rest.count("devices", devices.size());
-  rest.count("heard", heard);
-  rest.array("topics", ordered, [&out](const auto& each) {
-    Members topic(out);
+  Members rest(object.value("rest"));
+  rest.integer("devices", devices.size());
+  rest.integer("heard", heard);
+  rest.array("topics", ordered, [](JsonWriter& json, const auto& each) {
+    Members topic(json);
     topic.text("topic", each.first);
-    topic.count("devices", each.second);
+    topic.integer("devices", each.second);
   });
 }
 
 /// Numbers in brackets, with no more digits than a plot can show.
 class Row {
  public:
-  explicit Row(std::string& out) : out_(out) { out_.push_back('['); }
+  explicit Row(JsonWriter& json) : json_(json) { json_.put('['); }
   Row(const Row&) = delete;
   Row& operator=(const Row&) = delete;
-  ~Row() { out_.push_back(']'); }
+  ~Row() { json_.put(']'); }
 
-  void number(std::int64_t number) { appendJson(separated(), number); }
+  void number(std::int64_t number) { separated().integer(number); }
   void number(double number) {
     constexpr double kDigits = 1000.0;
-    appendJson(separated(), std::round(number * kDigits) / kDigits);
+    separated().real(std::round(number * kDigits) / kDigits);
   }
-  void null() { separated().append("null"); }
+  void null() { separated().null(); }
 
  private:
-  std::string& separated() {
+  JsonWriter& separated() {
     if (!isFirst_) {
-      out_.push_back(',');
+      json_.put(',');
     }
     isFirst_ = false;
-    return out_;
+    return json_;
   }
 
-  std::string& out_;
+  JsonWriter& json_;
   bool isFirst_ = true;
 };
 
-void appendReadings(std::string& out, const Series::Readings& readings) {
-  Row row(out);
+void writeReadings(JsonWriter& json, const Series::Readings& readings) {
+  Row row(json);
   row.number(std::int64_t{readings.cell});
   row.number(std::int64_t{readings.least});
   if (readings.count > 1) {
@@ -171,8 +168,8 @@ void appendReadings(std::string& out, const Series::Readings& readings) {
   }
 }
 
-void appendDetections(std::string& out, const Series::Detections& detections) {
-  Row row(out);
+void writeDetections(JsonWriter& json, const Series::Detections& detections) {
+  Row row(json);
   row.number(std::int64_t{detections.cell});
   const std::uint32_t strong = detections.count - detections.silent;
   if (strong > 0) {
@@ -216,67 +213,68 @@ void addSeries(Members& object, const Report& report, std::span<const RankedDevi
   }
   report.series.sumUp(places, kCellsAtMost);
 
-  appendJson(object.value("step"), seconds(report.series.step()));
-  object.count("seriesLeftOut", leftOut);
-  std::string& out = object.value("series");
-  out.push_back('[');
+  object.real("step", seconds(report.series.step()));
+  object.integer("seriesLeftOut", leftOut);
+  JsonWriter& json = object.value("series");
+  json.put('[');
   for (std::size_t index = 0; index < places.size(); ++index) {
-    out.append(index > 0 ? ",\n" : "");
+    json.put(index > 0 ? ",\n" : "");
     const Series::Track& track = report.series.of(places[index]);
-    Members series(out);
-    series.count("device", indices[index]);
-    series.array("readings", track.readings,
-                 [&out](const auto& each) { appendReadings(out, each); });
-    series.array("detections", track.detections,
-                 [&out](const auto& each) { appendDetections(out, each); });
+    Members series(json);
+    series.integer("device", indices[index]);
+    series.array("readings", track.readings, writeReadings);
+    series.array("detections", track.detections, writeDetections);
   }
-  out.push_back(']');
+  json.put(']');
+}
+
+void writeStretch(JsonWriter& json, const Lanes::Stretch& stretch) {
+  Members written(json);
+  written.text("state", stretch.state);
+  written.real("from", seconds(stretch.from));
+  written.real("to", seconds(stretch.to));
 }
 
 void addLanes(Members& object, const Lanes& lanes) {
-  std::string& out = object.value("lanes");
-  out.push_back('[');
+  JsonWriter& json = object.value("lanes");
+  json.put('[');
   bool isFirst = true;
   for (const Lanes::Lane& each : lanes.all()) {
-    out.append(isFirst ? "" : ",\n");
+    json.put(isFirst ? "" : ",\n");
     isFirst = false;
-    Members lane(out);
+    Members lane(json);
     lane.text("kind", each.kind);
     lane.text("name", each.name);
-    lane.array("stretches", each.stretches, [&out](const Lanes::Stretch& stretch) {
-      Members written(out);
-      written.text("state", stretch.state);
-      appendJson(written.value("from"), seconds(stretch.from));
-      appendJson(written.value("to"), seconds(stretch.to));
-    });
-    lane.count("leftOut", each.leftOut);
+    lane.array("stretches", each.stretches, writeStretch);
+    lane.integer("leftOut", each.leftOut);
   }
-  out.push_back(']');
+  json.put(']');
 }
 
 }  // namespace
 
 void appendReportJson(std::string& out, const Report& report) {
+  JsonWriter document(out);
   const Findings& findings = report.findings;
   const std::vector<RankedDevice> ranked = byRank(findings);
   {
-    Members object(out);
+    Members object(document);
     object.text("headline", headline(findings));
     addSource(object, report);
     addRun(object, findings, kBeaconsAtMost);
     const std::size_t beacons = findings.beacons().size();
-    object.count("beaconsLeftOut", beacons - std::min(beacons, kBeaconsAtMost));
+    object.integer("beaconsLeftOut", beacons - std::min(beacons, kBeaconsAtMost));
     object.array("bounds", std::array{kNearFrom, kFarFrom},
-                 [&out](double bound) { appendJson(out, bound); });
+                 [](JsonWriter& json, double bound) { json.real(bound); });
     const std::size_t written = addDevices(object, findings, ranked);
     const std::span<const RankedDevice> listed = std::span(ranked).first(written);
-    object.count("missed", count(listed, Rank::missed));
-    object.count("detected", count(listed, Rank::detected));
+    object.integer("missed", count(listed, Rank::missed));
+    object.integer("detected", count(listed, Rank::detected));
     addRest(object, findings, std::span(ranked).subspan(written));
     addSeries(object, report, listed);
     addLanes(object, report.lanes);
   }
-  out.push_back('\n');
+  document.put('\n');
 }
 
 }  // namespace nimbrel

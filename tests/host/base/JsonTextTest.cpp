@@ -67,9 +67,12 @@ TEST(JsonText, EscapesWhatJsonCannotHoldWhereverItStands) {
       {std::string(1, '\0'), "\\u0000"},
   };
   for (const auto& [special, escaped] : specials) {
-    EXPECT_EQ(json(special + "z"), '"' + escaped + "z\"");
-    EXPECT_EQ(json("a" + special), "\"a" + escaped + '"');
-    EXPECT_EQ(json(special + "ab" + special), '"' + escaped + "ab" + escaped + '"');
+    for (const std::string plain :
+         {"", "z", "~!#[]^z", "nine, ten", "more than two words of eight"}) {
+      EXPECT_EQ(json(special + plain), '"' + escaped + plain + '"');
+      EXPECT_EQ(json(plain + special), '"' + plain + escaped + '"');
+      EXPECT_EQ(json(special + plain + special), '"' + escaped + plain + escaped + '"');
+    }
   }
 }
 

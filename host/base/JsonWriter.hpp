@@ -1,0 +1,69 @@
+#pragma once
+
+#include <algorithm>
+#include <charconv>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace nimbrel {
+
+/// Writes JSON text (RFC 8259) to the end of a string. The string has its final size only when the
+/// writer is gone, and nobody else may change it before. The caller puts the brackets, commas and
+/// colons.
+class JsonWriter {
+ public:
+  /// REQUIRES: `out` outlives the writer.
+  explicit JsonWriter(std::string& out) : out_(out), end_(out.data() + out.size()), limit_(end_) {
+    makeRoom(1);
+  }
+  JsonWriter(const JsonWriter&) = delete;
+  JsonWriter& operator=(const JsonWriter&) = delete;
+  ~JsonWriter() { out_.resize(size()); }
+
+  /// The bytes written, with those that the string had before.
+  [[nodiscard]] std::size_t size() const { return static_cast<std::size_t>(end_ - out_.data()); }
+
+  /// Letters as they are.
+  void put(char letter) {
+    makeRoom(1);
+    *end_++ = letter;
+  }
+  void put(std::string_view letters) {
+    makeRoom(letters.size());
+    end_ = std::copy(letters.begin(), letters.end(), end_);
+  }
+
+  void null() { put("null"); }
+  void boolean(bool boolean) { put(boolean ? "true" : "false"); }
+  void integer(std::integral auto number) {
+    makeRoom(kLongestNumber);
+    end_ = std::to_chars(end_, limit_, number).ptr;
+  }
+  /// The shortest digits that read back as the same number, always with a point or an exponent;
+  /// null if it is not finite.
+  void real(double number);
+  /// Quoted and escaped; so are the control characters that JSON would allow (U+007F to U+009F), as
+  /// a terminal may show the text. Bytes that are not valid UTF-8 become U+FFFD.
+  void text(std::string_view text);
+
+ private:
+  static constexpr std::size_t kLongestNumber = 32;
+  static constexpr std::size_t kLine = 512;  // a detection event fits in
+
+  void makeRoom(std::size_t count) {
+    if (static_cast<std::size_t>(limit_ - end_) < count) {
+      grow(count);
+    }
+  }
+  void grow(std::size_t count);
+  void escaped(std::string_view text);
+
+  std::string& out_;
+  char* end_;
+  char* limit_;
+};
+
+}  // namespace nimbrel
