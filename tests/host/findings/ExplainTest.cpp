@@ -110,7 +110,8 @@ TEST_F(Explain, ShowsADeviceAsItWas) {
   EXPECT_EQ(device["last"], 1'700'000'002'000);
   EXPECT_EQ(device["rssi"], Json::parse(R"({"min": -70, "mean": -65.0, "max": -60})"));
   EXPECT_EQ(device["beacons"].size(), 2U);
-  EXPECT_EQ(device["beacons"][0]["heard"], 2);
+  EXPECT_EQ(device["beacons"][0], Json::parse(R"({"uuid": "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0",
+      "majorId": 1, "minorId": 2, "heard": 2})"));
   for (const char* key : {"frame", "uuid", "majorId", "minorId", "txPower", "company", "rssi"}) {
     EXPECT_TRUE(devices.at(1).at(key).is_null()) << key;
   }
