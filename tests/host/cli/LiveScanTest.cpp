@@ -163,10 +163,12 @@ TEST_F(LiveScanInTime, SaysOnceThatNothingWasHeardForAMinute) {
 TEST_F(LiveScanInTime, FollowsTheClockAndStartsOverWhenThatIsSet) {
   hearAt({5, 25});
   queue.at(std::chrono::seconds(15), [this] { step = -std::chrono::hours(1); });
-  const std::string messages = run(std::chrono::seconds(40));
-  EXPECT_NE(messages.find("nimbrel: the clock was set back by 3600 s; detection starts over\n"),
-            std::string::npos)
-      << messages;
+  queue.at(std::chrono::seconds(30), [this] { step += std::chrono::milliseconds(1900); });
+  queue.at(std::chrono::seconds(33), [this] { step += std::chrono::seconds(2); });
+  EXPECT_EQ(run(std::chrono::seconds(40)),
+            listening +
+                "nimbrel: the clock was set back by 3600 s; detection starts over\n"
+                "nimbrel: the clock was set forward by 2 s; detection starts over\n");
   const auto second = detections.find('\n') + 1;
   EXPECT_EQ(detections.find(R"({"ts":36000)"), 0U) << detections;
   EXPECT_EQ(detections.find(R"({"ts":35964)", second), second) << detections;

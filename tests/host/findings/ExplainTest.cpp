@@ -162,7 +162,7 @@ TEST_F(Explain, SaysWhyAndWhatToChange) {
       {report(0, "01", maker("4C000215E2C56DB5DFFB48D2B060D0F5A71096E000010002")),
        {},
        {"begins like an iBeacon frame and ends after 24 bytes of 25"}},
-      {report(0, "01", maker("1801BEACE2C5")), {}, {"like an AltBeacon frame and ends after 6"}},
+      {report(0, "01", maker("1801BEAC")), {}, {"like an AltBeacon frame and ends after 4"}},
       {report(0, "01", altBeacon("5900")),
        {},
        {"an AltBeacon frame under company 0x0059, and only one under company 0x0118"}},
@@ -279,6 +279,15 @@ TEST(ExplainText, TellsOfTheMostSurprisingFirstAndSumsUpTheRest) {
                 {"--filter", std::string(kUuid) + "/1"});
   EXPECT_LT(filtered.find("22:03"), filtered.find("22:02")) << filtered;
   EXPECT_NE(filtered.find("\n  1 more device: no iBeacon frame"), std::string::npos);
+}
+
+TEST(ExplainText, FitsAScreen) {
+  Bytes records;
+  for (const char* device : {"01", "02", "03", "04", "05", "06", "07", "08", "09", "0A", "0B"}) {
+    records = records + report(0, device, maker("590001"));
+  }
+  const std::string shown = explained(records, {});
+  EXPECT_NE(shown.find("\n  5 more devices: detected\n"), std::string::npos) << shown;
 }
 
 TEST(ExplainText, TellsOneDevicesStory) {
