@@ -279,6 +279,11 @@ TEST(ExplainText, TellsOfTheMostSurprisingFirstAndSumsUpTheRest) {
                 {"--filter", std::string(kUuid) + "/1"});
   EXPECT_LT(filtered.find("22:03"), filtered.find("22:02")) << filtered;
   EXPECT_NE(filtered.find("\n  1 more device: no iBeacon frame"), std::string::npos);
+
+  const std::string withheld =
+      explained(report(0, "01", maker("590001")) + report(1, "02", iBeacon("00010002")),
+                {"--phone", "iphone"});
+  EXPECT_LT(withheld.find("22:02"), withheld.find("22:01")) << withheld;
 }
 
 TEST(ExplainText, FitsAScreen) {
