@@ -4,12 +4,11 @@
 
 namespace nimbrel {
 
-std::string addressText(const DeviceAddress& address) {
-  std::string digits(17, ':');
+AddressText::AddressText(const DeviceAddress& address) {
+  characters_.fill(':');
   for (std::size_t index = 0; index < address.bytes.size(); ++index) {
-    appendHexByte(digits.data() + 3 * index, address.bytes[index]);
+    appendHexByte(characters_.data() + 3 * index, address.bytes[index]);
   }
-  return digits;
 }
 
 std::optional<std::array<std::uint8_t, 6>> parseAddress(std::string_view text) {

@@ -20,21 +20,27 @@ constexpr auto kNeedsCare = [] {
   return needsCare;
 }();
 
-/// The same for eight bytes at once. All arithmetic stays within its byte as long as none of the
-/// lower ones needs care.
-constexpr bool needsCare(std::uint64_t bytes) {
-  constexpr std::uint64_t kOnes = 0x0101010101010101;
-  constexpr std::uint64_t kTops = kOnes * 0x80;
+constexpr std::uint64_t kOnes = 0x0101010101010101;
+constexpr std::uint64_t kTops = kOnes * 0x80;
+
+/// The same for eight bytes at once: has a bit of `kTops` if one of them needs care. All arithmetic
+/// stays within its byte as long as none of the lower ones does.
+constexpr std::uint64_t careFor(std::uint64_t bytes) {
   const auto isZero = [](std::uint64_t each) { return (each - kOnes) & ~each; };
-  return ((bytes | (bytes - kOnes * 0x20) | isZero(bytes ^ kOnes * '"') |
-           isZero(bytes ^ kOnes * '\\') | isZero(bytes ^ kOnes * 0x7F)) &
-          kTops) != 0;
+  return bytes | (bytes - kOnes * 0x20) | isZero(bytes ^ kOnes * '"') |
+         isZero(bytes ^ kOnes * '\\') | isZero(bytes ^ kOnes * 0x7F);
 }
 
 }  // namespace
 
 void JsonWriter::grow(std::size_t count) {
-  const std::size_t written = size();
+  std::size_t written = size();
+  if (output_ != nullptr) {
+    out_.resize(written);
+    end_ = limit_ = out_.data();  // if writing fails, the buffer is empty
+    output_->lineEnded();
+    written = out_.size();
+  }
   out_.resize(written + count + kLine);
   end_ = out_.data() + written;
   limit_ = out_.data() + out_.size();
@@ -62,12 +68,12 @@ void JsonWriter::real(double number) {
 void JsonWriter::text(std::string_view text) {
   makeRoom(text.size() + 2);
   char* const letters = end_ + 1;
-  bool isEscaped = false;
+  std::uint64_t care = 0;
   const auto takeWord = [&](std::size_t place) {
     std::uint64_t bytes = 0;
     std::memcpy(&bytes, text.data() + place, sizeof bytes);
     std::memcpy(letters + place, &bytes, sizeof bytes);
-    isEscaped |= needsCare(bytes);
+    care |= careFor(bytes);
   };
   constexpr std::size_t kWord = sizeof(std::uint64_t);
   if (text.size() >= kWord) {
@@ -78,10 +84,10 @@ void JsonWriter::text(std::string_view text) {
   } else {
     for (std::size_t place = 0; place < text.size(); ++place) {
       letters[place] = text[place];
-      isEscaped |= kNeedsCare[static_cast<std::uint8_t>(text[place])];
+      care |= kNeedsCare[static_cast<std::uint8_t>(text[place])] ? kTops : 0;
     }
   }
-  if (isEscaped) {
+  if ((care & kTops) != 0) {
     escaped(text);
   } else {
     letters[-1] = '"';

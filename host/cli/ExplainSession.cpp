@@ -18,7 +18,8 @@ namespace {
 /// Whether `wanted` is a device's address, its name, or the UUID of one of its beacons or of the
 /// device itself; letter case does not matter.
 bool isMeant(const FoundDevice& device, const std::string& wanted) {
-  if (addressText(device.address) == wanted || upperCased(device.name) == wanted ||
+  if (AddressText(device.address) == std::string_view(wanted) ||
+      upperCased(device.name) == wanted ||
       UuidText(peripheralIdentifier(device.address)) == std::string_view(wanted)) {
     return true;
   }
@@ -61,15 +62,11 @@ std::vector<const FoundDevice*> ExplainSession::devicesAskedFor() const {
 }
 
 void ExplainSession::writeJson() {
+  JsonWriter json(output_);
   for (const FoundDevice* device : devicesAskedFor()) {
-    {
-      JsonWriter json(output_.buffer());
-      writeDevice(json, findings(), *device);
-      json.put('\n');
-    }
-    output_.lineEnded();
+    writeDevice(json, findings(), *device);
+    json.put('\n');
   }
-  JsonWriter json(output_.buffer());
   writeRun(json, findings());
   json.put('\n');
 }

@@ -18,14 +18,15 @@ namespace {
 /// A device that is silent for so long counts as gone for a while.
 constexpr MainQueue::Time kSilence = std::chrono::seconds(10);
 
-/// Asks the reader of a frame what it would say to `data` if it were long enough and of the right
-/// company.
+/// Asks the reader of a frame what it would say to data that is long enough, of the right company,
+/// and of the kind of `data`, which the two bytes behind the company tell.
 template <typename Read>
 bool wouldBeFrame(std::span<const std::uint8_t> data, std::uint16_t company, const Read& read) {
   std::array<std::uint8_t, frames::kSize> whole{};
-  std::copy_n(data.begin(), std::min(data.size(), whole.size()), whole.begin());
   whole[0] = static_cast<std::uint8_t>(company & 0xFFU);
   whole[1] = static_cast<std::uint8_t>(company >> 8U);
+  whole[2] = data[2];
+  whole[3] = data[3];
   return read(whole).has_value();
 }
 
@@ -57,7 +58,7 @@ std::string_view nameOf(Fate fate) {
   return kNames[static_cast<std::size_t>(fate)];
 }
 
-std::size_t BeaconIdentityHash::operator()(const BeaconIdentity& identity) const {
+std::size_t BeaconIdentityHash::operator()(const BeaconIdentity& identity) const noexcept {
   std::uint64_t low = 0;
   std::uint64_t high = 0;
   std::memcpy(&low, identity.uuid.bytes.data(), sizeof low);
@@ -70,7 +71,8 @@ std::vector<FoundFilter> foundFilters(const EncodableList& maps) {
   std::vector<FoundFilter> filters;
   for (const EncodableValue& value : maps) {
     const auto& map = std::get<EncodableMap>(value);
-    filters.push_back({map, BeaconFilter::from(map), 0});
+    const auto filter = BeaconFilter::from(map);
+    filters.push_back({map, filter, filter.has_value() ? parseUuid(filter->uuid()) : std::nullopt});
   }
   return filters;
 }
@@ -223,18 +225,14 @@ Fate Findings::rangedFate(RangingOutcome outcome) {
 }
 
 Verdict Findings::verdictOn(const BeaconIdentity& identity) const {
-  const UuidText uuid(identity.uuid);
-  Verdict verdict = Verdict::otherUuid;
-  for (const FoundFilter& each : filters_) {
-    if (!each.filter.has_value() || each.filter->uuid() != static_cast<std::string_view>(uuid)) {
-      continue;
-    }
-    if (each.filter->accepts(uuid, identity.major, identity.minor)) {
-      return Verdict::accepted;
-    }
-    verdict = Verdict::refused;
+  const auto asksFor = [&](const FoundFilter& each) { return each.uuid == identity.uuid; };
+  if (std::ranges::none_of(filters_, asksFor)) {
+    return Verdict::otherUuid;
   }
-  return verdict;
+  const UuidText uuid(identity.uuid);
+  return firstAccepting(filters_, uuid, identity.major, identity.minor) < filters_.size()
+             ? Verdict::accepted
+             : Verdict::refused;
 }
 
 Findings::Acceptance& Findings::acceptanceOf(const BeaconIdentity& identity) {
@@ -243,7 +241,7 @@ Findings::Acceptance& Findings::acceptanceOf(const BeaconIdentity& identity) {
   if (isNew) {
     const UuidText uuid(identity.uuid);
     const std::size_t filter = firstAccepting(filters_, uuid, identity.major, identity.minor);
-    acceptance.filter = filter < filters_.size() ? filter : kNone;
+    acceptance.filter = filter < filters_.size() ? static_cast<std::uint32_t>(filter) : kNone;
   }
   return acceptance;
 }
@@ -251,7 +249,7 @@ Findings::Acceptance& Findings::acceptanceOf(const BeaconIdentity& identity) {
 void Findings::countRanged(Acceptance& acceptance) {
   FoundFrame& frame = device_->frames[device_->lastFrame];
   if (acceptance.beacon == kNone) {
-    acceptance.beacon = beacons_.size();
+    acceptance.beacon = static_cast<std::uint32_t>(beacons_.size());
     FoundBeacon& beacon = beacons_.emplace_back();
     beacon.identity = frame.identity;
     beacon.filter = acceptance.filter;
@@ -293,8 +291,8 @@ std::optional<std::size_t> Findings::received(const EncodableMap& event) {
   FoundBeacon& beacon = beacons_[acceptance.beacon];
   ++beacon.events;
   beacon.silent += *valueFor<double>(event, "rssi") == 0.0 ? 1 : 0;
-  if (!beacon.identifier.has_value()) {
-    beacon.identifier = *valueFor<std::string>(event, "identifier");
+  if (beacon.identifier == nullptr) {
+    beacon.identifier = &*identifiers_.insert(*valueFor<std::string>(event, "identifier")).first;
   }
   return beacon.lastDevice;
 }

@@ -8,6 +8,7 @@
 #include <deque>
 #include <map>
 #include <optional>
+#include <set>
 #include <span>
 #include <string>
 #include <string_view>
@@ -52,7 +53,7 @@ struct BeaconIdentity {
 };
 
 struct BeaconIdentityHash {
-  std::size_t operator()(const BeaconIdentity& identity) const;
+  std::size_t operator()(const BeaconIdentity& identity) const noexcept;
 };
 
 /// What the filters make of a beacon's identity.
@@ -109,6 +110,7 @@ struct FoundDevice {
 struct FoundFilter {
   EncodableMap map;                    // as the application gave it
   std::optional<BeaconFilter> filter;  // as the plug-in understood it; absent if it did not
+  std::optional<UUID> uuid;            // of `filter`; absent if its text is none
   std::uint64_t events = 0;            // of which it is the first filter to accept them
 };
 
@@ -123,8 +125,8 @@ std::size_t firstAccepting(std::span<const FoundFilter> filters, std::string_vie
 /// One beacon of a filter-mode run.
 struct FoundBeacon {
   BeaconIdentity identity;
-  std::size_t filter = 0;                 // the first one to accept it
-  std::optional<std::string> identifier;  // of its events; absent before the first
+  std::uint32_t filter = 0;                 // the first one to accept it
+  const std::string* identifier = nullptr;  // of its events; null before the first
   std::uint32_t devices = 0;
   std::uint32_t lastDevice = 0;  // the place of the one that sent it last, among the devices
   std::uint64_t heard = 0;
@@ -193,18 +195,18 @@ class Findings {
   [[nodiscard]] const std::deque<FoundDevice>& devices() const { return devices_; }
   [[nodiscard]] const std::vector<FoundFilter>& filters() const { return filters_; }
   /// In the order in which they were first ranged.
-  [[nodiscard]] const std::vector<FoundBeacon>& beacons() const { return beacons_; }
+  [[nodiscard]] const std::deque<FoundBeacon>& beacons() const { return beacons_; }
   /// The regions that the plug-in asked the phone to monitor, in that order.
   [[nodiscard]] const std::vector<CLBeaconRegion>& regions() const { return regions_; }
   /// Empty unless stories are kept.
   [[nodiscard]] const std::vector<Stretch>& storyOf(const FoundDevice& device) const;
 
  private:
-  static constexpr std::size_t kNone = SIZE_MAX;
+  static constexpr std::uint32_t kNone = UINT32_MAX;
   /// Where to count a beacon.
   struct Acceptance {
-    std::size_t filter = kNone;  // the first filter that accepts it
-    std::size_t beacon = kNone;  // its place among the beacons, once ranged
+    std::uint32_t filter = kNone;  // the first filter that accepts it
+    std::uint32_t beacon = kNone;  // its place among the beacons, once ranged
   };
 
   void takeTimes(FoundDevice& device, const Advertisement& advertisement, MainQueue::Time now);
@@ -222,7 +224,8 @@ class Findings {
   std::deque<FoundDevice> devices_;
   AddressTable<std::uint32_t> places_;  // in devices_
   std::unordered_map<BeaconIdentity, Acceptance, BeaconIdentityHash> acceptances_;
-  std::vector<FoundBeacon> beacons_;
+  std::deque<FoundBeacon> beacons_;
+  std::set<std::string> identifiers_;  // of beacons, which share a few
   std::map<const FoundDevice*, std::vector<Stretch>> stories_;
   std::vector<ClockJump> jumps_;
   MainQueue::Time jumpedAt_{};

@@ -1,8 +1,6 @@
 #include "host/findings/FindingsJson.hpp"
 
-#include <algorithm>
 #include <cstdint>
-#include <span>
 #include <string_view>
 
 #include "Classes/text/UuidText.hpp"
@@ -16,7 +14,7 @@ namespace nimbrel {
 namespace {
 
 void addIdentity(Members& members, const BeaconIdentity& identity) {
-  members.text("uuid", UuidText(identity.uuid));
+  members.plain("uuid", UuidText(identity.uuid));
   members.integer("majorId", identity.major);
   members.integer("minorId", identity.minor);
 }
@@ -29,7 +27,7 @@ void addFrames(Members& members, const FoundDevice& device) {
     }
   } else {
     const FoundFrame& last = device.frames[device.lastFrame];
-    members.text("frame", last.isAltBeacon ? "AltBeacon" : "iBeacon");
+    members.plain("frame", last.isAltBeacon ? "AltBeacon" : "iBeacon");
     addIdentity(members, last.identity);
     members.integer("txPower", last.measuredPower);
   }
@@ -74,10 +72,10 @@ void writeReason(JsonWriter& json, const Reason& reason) { json.text(reason.sent
 
 void writeDevice(JsonWriter& json, const Findings& findings, const FoundDevice& device) {
   Members members(json);
-  members.text("device", addressText(device.address));
-  members.text("addressType",
-               device.address.type == AddressType::publicAddress ? "public" : "random");
-  members.text("identifier", UuidText(peripheralIdentifier(device.address)));
+  members.plain("device", AddressText(device.address));
+  members.plain("addressType",
+                device.address.type == AddressType::publicAddress ? "public" : "random");
+  members.plain("identifier", UuidText(peripheralIdentifier(device.address)));
   if (device.isNamed) {
     members.text("name", device.name);
   } else {
@@ -98,7 +96,7 @@ void writeDevice(JsonWriter& json, const Findings& findings, const FoundDevice& 
 
 void addRun(Members& object, const Findings& findings, std::size_t beaconsAtMost) {
   Members run(object.value("run"));
-  run.text("mode", findings.isGeneric() ? "generic" : "filter");
+  run.plain("mode", findings.isGeneric() ? "generic" : "filter");
   run.integer("advertisements", findings.advertisements());
   run.integer("devices", findings.devices().size());
   run.integer("events", findings.events());
@@ -108,21 +106,20 @@ void addRun(Members& object, const Findings& findings, std::size_t beaconsAtMost
     filter.text("filter", filterText(each.map));
     filter.integer("events", each.events);
   });
-  const std::size_t beacons = std::min(beaconsAtMost, findings.beacons().size());
-  run.array("beacons", std::span(findings.beacons()).first(beacons),
-            [](JsonWriter& json, const FoundBeacon& each) {
-              Members beacon(json);
-              addIdentity(beacon, each.identity);
-              if (each.identifier.has_value()) {
-                beacon.text("identifier", *each.identifier);
-              } else {
-                beacon.null("identifier");
-              }
-              beacon.integer("devices", each.devices);
-              beacon.integer("heard", each.heard);
-              beacon.integer("events", each.events);
-              beacon.integer("silent", each.silent);
-            });
+  const auto writeBeacon = [](JsonWriter& json, const FoundBeacon& each) {
+    Members beacon(json);
+    addIdentity(beacon, each.identity);
+    if (each.identifier != nullptr) {
+      beacon.text("identifier", *each.identifier);
+    } else {
+      beacon.null("identifier");
+    }
+    beacon.integer("devices", each.devices);
+    beacon.integer("heard", each.heard);
+    beacon.integer("events", each.events);
+    beacon.integer("silent", each.silent);
+  };
+  run.array("beacons", findings.beacons(), writeBeacon, beaconsAtMost);
   // Readings of the clock are in UTC here, as the milliseconds are.
   run.texts("why", reasonsForRun(findings, WallClock(true)));
 }

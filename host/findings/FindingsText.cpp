@@ -104,7 +104,7 @@ std::string fatesText(const FoundDevice& device) {
 /// `isWhole`: with what is as it should be, too.
 void writeDevice(Writer& writer, const Findings& findings, const FoundDevice& device,
                  const WallClock& clock, bool isWhole) {
-  std::string head = addressText(device.address);
+  std::string head(AddressText(device.address));
   head += device.address.type == AddressType::publicAddress ? " public" : " random";
   if (!device.name.empty()) {
     head += "  \"" + device.name + "\"";
@@ -197,17 +197,20 @@ std::string findingsText(const Findings& findings, const FindingsTextStyle& styl
 
   const std::vector<const FoundDevice*> devices = byRank(findings);
   const std::size_t most = style.lines.value_or(SIZE_MAX);
+  std::size_t lines = linesOf(out);
   std::size_t shown = 0;
   for (; shown < devices.size(); ++shown) {
-    const bool isSummedUp =
-        style.lines.has_value() && rankOf(findings, *devices[shown]) == Rank::other;
+    if (style.lines.has_value() && rankOf(findings, *devices[shown]) == Rank::other) {
+      break;
+    }
     Writer paragraph(style);
     paragraph.line("");
     writeDevice(paragraph, findings, *devices[shown], style.clock, !style.lines.has_value());
     const std::string text = paragraph.take();
     // At least one paragraph is shown, however small the screen.
     constexpr std::size_t kLinesOfRest = 8;
-    if (isSummedUp || (shown > 0 && linesOf(out) + linesOf(text) + kLinesOfRest > most)) {
+    lines += linesOf(text);
+    if (shown > 0 && lines + kLinesOfRest > most) {
       break;
     }
     out += text;

@@ -2,6 +2,8 @@
 
 #include <chrono>
 #include <concepts>
+#include <cstddef>
+#include <cstdint>
 #include <string_view>
 
 #include "host/base/JsonWriter.hpp"
@@ -19,14 +21,13 @@ class Members {
 
   /// The place for the value of the next member. Keys need no escaping.
   JsonWriter& value(std::string_view key) {
-    json_.put(isFirst_ ? "\"" : ",\"");
+    json_.key(key, isFirst_);
     isFirst_ = false;
-    json_.put(key);
-    json_.put("\":");
     return json_;
   }
 
   void text(std::string_view key, std::string_view text) { value(key).text(text); }
+  void plain(std::string_view key, std::string_view text) { value(key).plain(text); }
   void null(std::string_view key) { value(key).null(); }
   void integer(std::string_view key, std::integral auto number) { value(key).integer(number); }
   void real(std::string_view key, double number) { value(key).real(number); }
@@ -36,16 +37,20 @@ class Members {
     integer(key, std::chrono::floor<std::chrono::milliseconds>(reading).count());
   }
 
-  /// An array, whose elements `write(json, element)` writes.
+  /// An array of so many elements at most, each of which `write(json, element)` writes.
   template <typename Elements, typename Write>
-  void array(std::string_view key, const Elements& elements, const Write& write) {
+  void array(std::string_view key, const Elements& elements, const Write& write,
+             std::size_t most = SIZE_MAX) {
     value(key).put('[');
-    bool isFirst = true;
+    std::size_t written = 0;
     for (const auto& element : elements) {
-      if (!isFirst) {
+      if (written == most) {
+        break;
+      }
+      if (written > 0) {
         json_.put(',');
       }
-      isFirst = false;
+      ++written;
       write(json_, element);
     }
     json_.put(']');

@@ -17,6 +17,19 @@ namespace nimbrel {
 
 namespace {
 
+std::string joined(std::initializer_list<std::string_view> parts) {
+  std::size_t size = 0;
+  for (const std::string_view part : parts) {
+    size += part.size();
+  }
+  std::string text;
+  text.reserve(size);
+  for (const std::string_view part : parts) {
+    text.append(part);
+  }
+  return text;
+}
+
 std::string text(const UUID& uuid) { return std::string(std::string_view(UuidText(uuid))); }
 
 std::string numbers(const BeaconIdentity& identity) {
@@ -24,7 +37,7 @@ std::string numbers(const BeaconIdentity& identity) {
 }
 
 std::string numbered(const BeaconIdentity& identity) {
-  return text(identity.uuid) + "/" + numbers(identity);
+  return joined({UuidText(identity.uuid), "/", numbers(identity)});
 }
 
 std::string seconds(MainQueue::Time time) {
@@ -176,17 +189,17 @@ void addGeneric(const FoundDevice& device, std::vector<Reason>& reasons) {
   if (device.count(Fate::thinned) > 0) {
     reasons.push_back(
         {"thinned out",
-         counted(device.count(Fate::thinned), "advertisement") +
-             " came less than 2 s after the last one that the plug-in took in, and less than 3 dB "
-             "away from it. The plug-in leaves those out; nothing needs to change.",
+         joined({counted(device.count(Fate::thinned), "advertisement"),
+                 " came less than 2 s after the last one that the plug-in took in, and less than "
+                 "3 dB away from it. The plug-in leaves those out; nothing needs to change."}),
          true});
   }
   if (device.count(Fate::coalesced) > 0) {
     reasons.push_back({"repeats",
-                       counted(device.count(Fate::coalesced), "advertisement") +
-                           " repeated the same name and manufacturer data within a second. The "
-                           "phone hands one a second of those to an application; nothing needs to "
-                           "change.",
+                       joined({counted(device.count(Fate::coalesced), "advertisement"),
+                               " repeated the same name and manufacturer data within a second. "
+                               "The phone hands one a second of those to an application; nothing "
+                               "needs to change."}),
                        true});
   }
 }
@@ -200,7 +213,7 @@ Reason refused(const Findings& findings, const FoundDevice& device) {
       continue;
     }
     for (const FoundFilter& each : findings.filters()) {
-      if (each.filter.has_value() && each.filter->uuid() == text(frame.identity.uuid)) {
+      if (each.uuid == frame.identity.uuid) {
         shown = &frame;
         asked.push_back(numbers(*each.filter));
         if (difference.empty()) {
@@ -232,13 +245,12 @@ struct NearFilter {
 NearFilter nearFilter(const Findings& findings, const FoundDevice& device) {
   for (const FoundFrame& frame : device.frames) {
     for (const FoundFilter& each : findings.filters()) {
-      const auto asked = each.filter.has_value() ? parseUuid(each.filter->uuid()) : std::nullopt;
-      if (asked.has_value()) {
-        const std::string difference = uuidDifference(*asked, frame.identity.uuid);
+      if (each.uuid.has_value()) {
+        const std::string difference = uuidDifference(*each.uuid, frame.identity.uuid);
         if (!difference.empty()) {
           return {&each, frame.identity.uuid,
-                  "sends " + text(frame.identity.uuid) + ", which " + difference + " (" +
-                      text(*asked) + ")"};
+                  joined({"sends ", UuidText(frame.identity.uuid), ", which ", difference, " (",
+                          UuidText(*each.uuid), ")"})};
         }
       }
     }
@@ -247,21 +259,24 @@ NearFilter nearFilter(const Findings& findings, const FoundDevice& device) {
 }
 
 Reason otherUuid(const Findings& findings, const FoundDevice& device) {
-  const FoundFrame* frame = frameOfKind(device, false);
-  const std::string uuid = frame == nullptr ? "UUID" : text(frame->identity.uuid);
   if (const NearFilter near = nearFilter(findings, device); near.filter != nullptr) {
-    return {"a UUID that is nearly a filter's",
-            "It " + near.words + ". If it is meant, correct the filter or the beacon: --filter " +
-                filterText(near.filter->map, near.uuid) + "."};
+    return {
+        "a UUID that is nearly a filter's",
+        joined({"It ", near.words, ". If it is meant, correct the filter or the beacon: --filter ",
+                filterText(near.filter->map, near.uuid), "."})};
   }
-  return {"UUIDs that no filter asks for",
-          "No filter asks for its UUID, " + uuid + ". If it is wanted, add --filter " + uuid + "."};
+  const FoundFrame* frame = frameOfKind(device, false);
+  if (frame == nullptr) {
+    // The device sent more beacons than are kept.
+    return {"UUIDs that no filter asks for", "No filter asks for its UUID."};
+  }
+  const UuidText uuid(frame->identity.uuid);
+  return {"UUIDs that no filter asks for", joined({"No filter asks for its UUID, ", uuid,
+                                                   ". If it is wanted, add --filter ", uuid, "."})};
 }
 
 bool isUuidAsked(const Findings& findings, const UUID& uuid) {
-  const auto asksFor = [&](const FoundFilter& each) {
-    return each.filter.has_value() && each.filter->uuid() == text(uuid);
-  };
+  const auto asksFor = [&](const FoundFilter& each) { return each.uuid == uuid; };
   return std::ranges::any_of(findings.filters(), asksFor);
 }
 
@@ -342,7 +357,7 @@ void addSignal(const Findings& findings, const FoundDevice& device, std::vector<
 
 struct HeardUuid {
   std::size_t devices = 0;
-  std::set<std::string> numbers;
+  const FoundDevice* lastDevice = nullptr;
   bool isIBeacon = false;
 };
 
@@ -354,12 +369,10 @@ using HeardUuids = std::map<UUID, HeardUuid, UuidLess>;
 HeardUuids heardUuids(const Findings& findings) {
   HeardUuids uuids;
   for (const FoundDevice& device : findings.devices()) {
-    std::set<const HeardUuid*> counted;
     for (const FoundFrame& frame : device.frames) {
       HeardUuid& heard = uuids[frame.identity.uuid];
-      heard.devices += counted.insert(&heard).second ? 1 : 0;
+      heard.devices += std::exchange(heard.lastDevice, &device) == &device ? 0 : 1;
       heard.isIBeacon = heard.isIBeacon || !frame.isAltBeacon;
-      heard.numbers.insert(numbers(frame.identity));
     }
   }
   return uuids;
@@ -388,22 +401,27 @@ std::string mostHeard(const HeardUuids& uuids) {
   return "Heard were " + listed(shown) + ".";
 }
 
-std::string whyUuidHeard(const FoundFilter& found, const UUID& uuid, const HeardUuid& heard,
+std::string whyUuidHeard(const FoundFilter& found, const HeardUuid& heard,
                          const Findings& findings) {
   const std::string head = "The filter " + filterText(found.map) + " detected nothing: ";
   if (!heard.isIBeacon) {
     return head + "its UUID is sent in AltBeacon frames, and filter mode hears iBeacons only. " +
            "Leave the filters out (generic mode), or make the beacon send iBeacon frames.";
   }
+  std::set<std::string> pairs;
   std::string difference;
   bool isAccepted = false;
   for (const FoundDevice& device : findings.devices()) {
     for (const FoundFrame& frame : device.frames) {
-      if (frame.isAltBeacon || frame.identity.uuid != uuid) {
+      if (frame.identity.uuid != found.uuid) {
         continue;
       }
-      isAccepted = isAccepted ||
-                   found.filter->accepts(text(uuid), frame.identity.major, frame.identity.minor);
+      pairs.insert(numbers(frame.identity));
+      if (frame.isAltBeacon) {
+        continue;
+      }
+      isAccepted = isAccepted || found.filter->accepts(found.filter->uuid(), frame.identity.major,
+                                                       frame.identity.minor);
       if (difference.empty()) {
         difference = numbersDifference(*found.filter, frame.identity);
       }
@@ -416,9 +434,9 @@ std::string whyUuidHeard(const FoundFilter& found, const UUID& uuid, const Heard
   }
   constexpr std::size_t kShown = 5;
   std::vector<std::string> sent;
-  for (const std::string& each : heard.numbers) {
+  for (const std::string& each : pairs) {
     if (sent.size() == kShown) {
-      sent.push_back(std::to_string(heard.numbers.size() - kShown) + " more");
+      sent.push_back(std::to_string(pairs.size() - kShown) + " more");
       break;
     }
     sent.push_back(each);
@@ -434,17 +452,16 @@ std::string whyFilterSilent(const FoundFilter& found, const HeardUuids& uuids,
   if (!found.filter.has_value()) {
     return head + "it has no UUID. Give it one.";
   }
-  const auto asked = parseUuid(found.filter->uuid());
-  if (!asked.has_value()) {
+  if (!found.uuid.has_value()) {
     return head + "\"" + found.filter->uuid() +
            "\" is no UUID (8-4-4-4-12 hexadecimal digits), so that the plug-in makes no region of "
            "it. Correct it.";
   }
-  if (const auto heard = uuids.find(*asked); heard != uuids.end()) {
-    return whyUuidHeard(found, *asked, heard->second, findings);
+  if (const auto heard = uuids.find(*found.uuid); heard != uuids.end()) {
+    return whyUuidHeard(found, heard->second, findings);
   }
   for (const auto& [uuid, heard] : uuids) {
-    const std::string difference = uuidDifference(*asked, uuid);
+    const std::string difference = uuidDifference(*found.uuid, uuid);
     if (!difference.empty()) {
       return head + "no device sent its UUID, but " + counted(heard.devices, "device") + " sent " +
              text(uuid) + ", which " + difference + ". If that is the beacon, give --filter " +
@@ -494,10 +511,10 @@ std::vector<std::string> onIPhone(const Findings& findings, const FoundDevice& d
   const FoundFrame* frame = frameOfKind(device, false);
   if (findings.isGeneric() && !findings.withholdsBeacons() && frame != nullptr) {
     sentences.push_back(
-        "An iPhone withholds iBeacon frames from Bluetooth scans, so that generic mode would not "
-        "detect this beacon there (--phone iphone does the same here). Ask for it with a filter: "
-        "--filter " +
-        numbered(frame->identity) + ".");
+        joined({"An iPhone withholds iBeacon frames from Bluetooth scans, so that generic mode "
+                "would not detect this beacon there (--phone iphone does the same here). Ask for "
+                "it with a filter: --filter ",
+                numbered(frame->identity), "."}));
   }
   return sentences;
 }
@@ -571,7 +588,7 @@ std::string filterText(const EncodableMap& filter, const std::optional<UUID>& ot
 }
 
 std::string counted(std::uint64_t count, std::string_view noun) {
-  return std::to_string(count) + " " + std::string(noun) + (count == 1 ? "" : "s");
+  return joined({std::to_string(count), " ", noun, count == 1 ? "" : "s"});
 }
 
 }  // namespace nimbrel

@@ -48,15 +48,17 @@ std::string uuidDifference(const UUID& asked, const UUID& heard) {
 
   const auto wanted = digitsOf(asked);
   const auto found = digitsOf(heard);
-  std::vector<std::size_t> places;
-  for (std::size_t place = 0; place < kDigits; ++place) {
-    if (wanted[place] != found[place]) {
-      places.push_back(place);
-    }
-  }
   constexpr std::size_t kAlike = 3;  // Chance does not leave 29 digits of 32 the same.
-  if (places.size() > kAlike) {
-    return {};
+  std::vector<std::size_t> places;
+  places.reserve(kAlike);
+  for (std::size_t place = 0; place < kDigits; ++place) {
+    if (wanted[place] == found[place]) {
+      continue;
+    }
+    if (places.size() == kAlike) {
+      return {};
+    }
+    places.push_back(place);
   }
   if (places.size() == 2 && wanted[places[0]] == found[places[1]] &&
       wanted[places[1]] == found[places[0]]) {

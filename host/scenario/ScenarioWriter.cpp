@@ -64,7 +64,7 @@ bool ScenarioWriter::hear(Time now, const Advertisement& advertisement) {
   const bool isPublic = advertisement.address.type == AddressType::publicAddress;
   std::string& out = beginStep(now, "advertise");
   out.append("{\"address\": \"")
-      .append(addressText(advertisement.address))
+      .append(AddressText(advertisement.address))
       .append(isPublic ? R"(", "addressType": "public", "data": ")"
                        : R"(", "addressType": "random", "data": ")");
   appendHex(out, advertisement.data);
