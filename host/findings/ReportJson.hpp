@@ -37,9 +37,9 @@ struct Report {
   std::uint64_t damagedPackets = 0;
 };
 
-/// Appends the report as one JSON object, with a newline. The head of host/findings/page/page.js
-/// describes it. The devices that matter most come first, and those beyond a thousand are counts;
-/// the series are summed up until they fit.
+/// Appends the report as one JSON object, with a newline. The head of
+/// host/findings/page/report.js describes it. The devices that matter most come first, and those
+/// beyond a thousand are counts; the series are summed up until they fit.
 void appendReportJson(std::string& out, const Report& report);
 
 }  // namespace nimbrel

@@ -6,7 +6,10 @@ the data goes.
 
 DYGRAPHS is the folder with dygraph.min.js and dygraph.min.css. Writes OUT/head.html and
 OUT/tail.html. The page's policy lets the browser run and load what is in it now, by its hash, and
-nothing else."""
+nothing else.
+
+The scripts are modules, so that each says what it needs of the others. A page without a network
+cannot load modules, so that they are joined into one, each after those that it imports."""
 import base64
 import hashlib
 import pathlib
@@ -22,6 +25,20 @@ def read(path):
                   path.read_text(encoding="utf-8"))
 
 
+IMPORT = re.compile(r"^import \{[^}]*\} from '\./(\w+\.js)';\n", re.MULTILINE)
+
+
+def joined(name, included):
+    """A module after those that it imports and that are not included yet."""
+    if name in included:
+        return ""
+    included.add(name)
+    text = read(PAGE / name)
+    imported = "".join(joined(each, included) for each in IMPORT.findall(text))
+    own = re.sub(r"^export ", "", IMPORT.sub("", text), flags=re.MULTILINE)
+    return f"{imported}\n// {name}\n\n{own}"
+
+
 def hashed(text):
     digest = hashlib.sha256(text.encode()).digest()
     return f"'sha256-{base64.b64encode(digest).decode()}'"
@@ -32,7 +49,7 @@ def assemble(dygraphs):
         "STYLE": read(PAGE / "page.css"),
         "DYGRAPHS-STYLE": read(dygraphs / "dygraph.min.css"),
         "DYGRAPHS": read(dygraphs / "dygraph.min.js"),
-        "SCRIPT": read(PAGE / "page.js"),
+        "SCRIPT": joined("page.js", set()),
     }
     for name, text in parts.items():
         if re.search(r"</(script|style)", text, re.IGNORECASE):
