@@ -51,6 +51,7 @@ void LinkLayer::begin(const Packet& packet) {
   const unsigned header = cursor.byte();
   const auto length = cursor.byte();
   ByteCursor payload(cursor.takeUpTo(length));
+  const bool isCut = payload.rest().size() < length;
   const unsigned type = header & 0x0FU;
   const auto addressType =
       (header & kRandomAdvertiser) != 0 ? AddressType::randomAddress : AddressType::publicAddress;
@@ -70,7 +71,11 @@ void LinkLayer::begin(const Packet& packet) {
       break;
     }
     case extended:
-      if (const auto pdu = parse(packet, payload, addressType)) {
+      if (auto pdu = parse(packet, payload, addressType)) {
+        if (isCut) {
+          // What it points to would end up in the gap.
+          pdu->pointer.reset();
+        }
         take(packet, *pdu);
       }
       break;

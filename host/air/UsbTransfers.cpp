@@ -67,6 +67,14 @@ void UsbTransfers::holdReceived(const Endpoint& endpoint, std::span<const std::u
     packet.holdHci(true, content);
     return;
   }
+  if (packet.isCut) {
+    // What follows would end up in the gap. A start says something of its own.
+    if (unfinished.empty()) {
+      packet.holdHci(true, content);
+    }
+    unfinished.clear();
+    return;
+  }
   unfinished.insert(unfinished.end(), content.begin(), content.end());
   const bool isWhole = unfinished.size() >= lengthOf(unfinished);
   if (isWhole) {

@@ -188,6 +188,10 @@ TEST_F(ExtendedAdvertising, IsPutTogetherAlongItsPointers) {
   EXPECT_EQ(heard(23, last), Heard{"23: 112233445566 random -57 0106BBBB"});
   EXPECT_EQ(heard(30, start, 37), Heard{});
   EXPECT_EQ(heard(33, last, 18, true), Heard{"33: 112233445566 random -59 response BBBB"});
+  EXPECT_EQ(heard(40, "47 11 0C 19 665544332211 3412 126400 0106"),
+            Heard{"40: 112233445566 random -60 0106"})
+      << "cut by the recorder: with the rest, it would have a gap";
+  EXPECT_EQ(heard(43, last), Heard{});
   EXPECT_EQ(heardAtTheEnd(), Heard{});
 }
 
@@ -224,8 +228,8 @@ TEST_F(ExtendedAdvertising, IsPutTogetherOnlyWhereThePointerLeads) {
 }
 
 TEST_F(ExtendedAdvertising, TakesThePointerNearestInTime) {
-  heard(0, "47 0F 0C 19 000000000001 3412 126400 01");  // to 3 ms
-  heard(1, "47 0F 0C 19 000000000002 3412 926400 02");  // in units of 300 us: to 31 ms
+  heard(0, "47 0E 0C 19 000000000001 3412 126400 01");  // to 3 ms
+  heard(1, "47 0E 0C 19 000000000002 3412 926400 02");  // in units of 300 us: to 31 ms
   EXPECT_EQ(heard(30, last).at(0).substr(0, 16), "30: 020000000000");
   EXPECT_EQ(heard(31, last).at(0).substr(0, 16), "31: 010000000000");
 }

@@ -179,9 +179,11 @@ TEST(PcapNg, StopsAtABlockThatCannotBeUsed) {
 class UsbRecords : public testing::Test {
  protected:
   /// Of the device 5 on the bus 1, unless said otherwise.
-  std::string heard(const std::string& digits, const std::string& type = "43 01 81 05 0100") {
+  std::string heard(const std::string& digits, const std::string& type = "43 01 81 05 0100",
+                    bool isCut = false) {
     kept = hex("0000000000000000" + type) + Bytes(34, 0) + hex(digits);
     Packet packet;
+    packet.isCut = isCut;
     transfers.holdFromLinux(kept, 48, packet);
     return packet.kind == Packet::Kind::hciEvent ? toHex(packet.data) : "other";
   }
@@ -221,6 +223,11 @@ TEST_F(UsbRecords, AreJoinedForEachEndpoint) {
   EXPECT_EQ(heard(first), "other");
   EXPECT_EQ(heard("1F20"), "other") << "shorter than a part, and not the end";
   EXPECT_EQ(heard("3E0100"), "3E0100");
+  const std::string type = "43 01 81 05 0100";
+  EXPECT_EQ(heard(first, type, true), first) << "cut by the recorder: nothing fills the gap";
+  EXPECT_EQ(heard(first), "other");
+  EXPECT_EQ(heard("1F", type, true), "other");
+  EXPECT_EQ(heard("0E0100"), "0E0100");
 }
 
 }  // namespace
