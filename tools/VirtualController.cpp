@@ -9,8 +9,10 @@
 #include <iostream>
 #include <iterator>
 #include <map>
+#include <set>
 #include <span>
 #include <stdexcept>
+#include <string_view>
 #include <vector>
 
 #include "host/air/BtSnoop.hpp"
@@ -26,12 +28,13 @@ volatile std::sig_atomic_t wanted = 0;
 
 /// A Bluetooth LE controller for the Linux kernel's virtual HCI driver. While it is told to scan,
 /// it hears the reports of a capture at the pace at which they were recorded; otherwise they wait.
-/// SIGUSR1 has them come from the beginning, once; SIGUSR2 over and over.
+/// SIGUSR1 has them come from the beginning, once; SIGUSR2 over and over. One that can filter
+/// repeats does so when it is told to, and tells them by the address alone, as some controllers do.
 /// Source: Bluetooth Core Specification, volume 4, part E.
 class VirtualController {
  public:
-  explicit VirtualController(const std::string& capture)
-      : file_(capture), device_(open("/dev/vhci", O_RDWR | O_CLOEXEC)) {
+  VirtualController(const std::string& capture, bool canFilter)
+      : file_(capture), device_(open("/dev/vhci", O_RDWR | O_CLOEXEC)), canFilter_(canFilter) {
     BtSnoop reader(file_.bytes(), capture);
     for (Packet packet; reader.next(packet);) {
       constexpr std::uint8_t kLeMetaEvent = 0x3E;
@@ -76,8 +79,10 @@ class VirtualController {
            events_[place_].time - events_.front().time <= heardFor_) {
       Bytes packet{0x04};
       packet.insert(packet.end(), events_[place_].data.begin(), events_[place_].data.end());
-      // Blocked, an adapter goes off without a word to its controller.
-      isScanning = send(packet);
+      if (!isFiltering_ || filtered_.insert(addressIn(packet)).second) {
+        // Blocked, an adapter goes off without a word to its controller.
+        isScanning = send(packet);
+      }
       if (++place_ == events_.size() && isLooping_) {
         place_ = 0;
         heardFor_ = {};
@@ -97,6 +102,8 @@ class VirtualController {
     constexpr std::uint16_t kSetExtendedScanEnable = 0x2042;
     if (opcode == kSetScanEnable || opcode == kSetExtendedScanEnable) {
       isScanning = packet[4] != 0;
+      isFiltering_ = canFilter_ && packet[5] != 0;
+      filtered_.clear();
     }
     if (opcode == 0x0C03) {
       isScanning = false;  // Reset.
@@ -111,6 +118,14 @@ class VirtualController {
     if (!send(complete)) {
       isScanning = false;
     }
+  }
+
+  /// Of the first report of an event.
+  static Bytes addressIn(const Bytes& packet) {
+    constexpr std::uint8_t kExtendedReport = 0x0D;
+    constexpr std::ptrdiff_t kLength = 6;
+    const auto address = packet.begin() + (packet[3] == kExtendedReport ? 8 : 7);
+    return packet.end() - address < kLength ? Bytes() : Bytes(address, address + kLength);
   }
 
   /// Which commands there are, beyond those that have to be: the two of the extended scan.
@@ -138,6 +153,9 @@ class VirtualController {
   std::size_t place_ = SIZE_MAX;
   bool isScanning = false;
   bool isLooping_ = false;
+  bool canFilter_;
+  bool isFiltering_ = false;
+  std::set<Bytes> filtered_;  // The addresses that were heard.
   Clock::duration heardFor_{};
 };
 
@@ -145,15 +163,16 @@ class VirtualController {
 }  // namespace nimbrel
 
 int main(int count, char** arguments) {
-  if (count != 2) {
-    std::cerr << "usage: virtual_controller CAPTURE\n";
+  const bool canFilter = count == 3 && std::string_view(arguments[1]) == "--filter";
+  if (count != (canFilter ? 3 : 2)) {
+    std::cerr << "usage: virtual_controller [--filter] CAPTURE\n";
     return 2;
   }
   for (const int signal : {SIGUSR1, SIGUSR2}) {
     std::signal(signal, [](int received) { nimbrel::wanted = received; });
   }
   try {
-    nimbrel::VirtualController(arguments[1]).run();
+    nimbrel::VirtualController(arguments[count - 1], canFilter).run();
   } catch (const std::exception& error) {
     std::cerr << "virtual_controller: " << error.what() << '\n';
     return 1;

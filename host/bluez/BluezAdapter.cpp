@@ -291,12 +291,20 @@ void BluezAdapter::startDiscovery() {
     if (refused != nullptr) {
       return discoveryFailed(*refused);
     }
-    call("StartDiscovery", std::nullopt, [this](const sdbus::Error* error) {
-      if (error != nullptr) {
-        return discoveryFailed(*error);
+    connection_.monitor(path_, [this, attempt = attempts_] {
+      if (attempt == attempts_) {
+        discover();
       }
-      discoveryStarted();
     });
+  });
+}
+
+void BluezAdapter::discover() {
+  call("StartDiscovery", std::nullopt, [this](const sdbus::Error* error) {
+    if (error != nullptr) {
+      return discoveryFailed(*error);
+    }
+    discoveryStarted();
   });
 }
 

@@ -67,6 +67,7 @@ class BluezAdapter final : private BluezObserver {
   void call(const std::string& method, const std::optional<Properties>& argument,
             std::function<void(const sdbus::Error*)> done);
   void startDiscovery();
+  void discover();
   void discoveryStarted();
   void restartDiscovery();
   void discoveryFailed(const sdbus::Error& error);

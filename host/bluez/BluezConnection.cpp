@@ -3,11 +3,14 @@
 #include <cassert>
 #include <utility>
 
+#include "host/bluez/AdvertisementMonitor.hpp"
+
 namespace nimbrel {
 namespace {
 
 constexpr auto kService = "org.bluez";
 constexpr auto kAdapterInterface = "org.bluez.Adapter1";
+constexpr auto kMonitorsInterface = "org.bluez.AdvertisementMonitorManager1";
 constexpr auto kManagerInterface = "org.freedesktop.DBus.ObjectManager";
 
 constexpr auto kPropertiesInterface = "org.freedesktop.DBus.Properties";
@@ -22,6 +25,7 @@ void BluezConnection::connect() {
     adapters_.clear();
     asked_.clear();
     daemon_.reset();
+    monitor_.reset();
     bus_.reset();
     hasDaemon_ = false;
     reconnectSoon();
@@ -34,6 +38,7 @@ void BluezConnection::connect() {
     throw;
   }
   daemon_ = bus_->object(kService, "/");
+  monitor_ = makeAdvertisementMonitor(*bus_);
   askForObjects();
 }
 
@@ -112,6 +117,24 @@ void BluezConnection::askForObjects() {
 void BluezConnection::call(const std::string& adapter, const std::string& method,
                            const std::optional<BluezObserver::Properties>& argument,
                            std::function<void(const sdbus::Error*)> done) {
+  if (argument) {
+    request(adapter, kAdapterInterface, method, std::move(done), *argument);
+  } else {
+    request(adapter, kAdapterInterface, method, std::move(done));
+  }
+}
+
+void BluezConnection::monitor(const std::string& adapter, std::function<void()> done) {
+  request(
+      adapter, kMonitorsInterface, "RegisterMonitor",
+      [done = std::move(done)](const sdbus::Error* /*error*/) { done(); }, sdbus::ObjectPath("/"));
+}
+
+template <typename... Arguments>
+void BluezConnection::request(const std::string& adapter, const std::string& interface,
+                              const std::string& method,
+                              std::function<void(const sdbus::Error*)> done,
+                              const Arguments&... arguments) {
   if (bus_ == nullptr) {
     return;
   }
@@ -124,11 +147,7 @@ void BluezConnection::call(const std::string& adapter, const std::string& method
     if (proxy == nullptr) {
       proxy = bus_->object(kService, adapter);
     }
-    if (argument) {
-      sdbus_series::call<>(*proxy, kAdapterInterface, method, answered, *argument);
-    } else {
-      sdbus_series::call<>(*proxy, kAdapterInterface, method, answered);
-    }
+    sdbus_series::call<>(*proxy, interface, method, answered, arguments...);
   } catch (const sdbus::Error&) {
     // The bus is gone, and says so itself.
   }

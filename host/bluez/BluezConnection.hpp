@@ -54,6 +54,11 @@ class BluezConnection {
             const std::optional<BluezObserver::Properties>& argument,
             std::function<void(const sdbus::Error*)> done);
 
+  /// Has the daemon watch for iBeacon frames with an adapter, in addition to a discovery. `done`, a
+  /// task, runs once it does or has refused, as BlueZ 5.66 does if it was not started with
+  /// --experimental. Without a connection nothing happens.
+  void monitor(const std::string& adapter, std::function<void()> done);
+
   /// Asks for all properties of an object's interface; they come as if it were added now. Nothing
   /// comes if there is no such object any more.
   void ask(const std::string& object, const std::string& interface);
@@ -63,11 +68,15 @@ class BluezConnection {
   void subscribe();
   void askForObjects();
   void ownerChanged(const std::string& owner);
+  template <typename... Arguments>
+  void request(const std::string& adapter, const std::string& interface, const std::string& method,
+               std::function<void(const sdbus::Error*)> done, const Arguments&... arguments);
 
   MainQueue& queue_;
   BluezObserver& observer_;
   std::unique_ptr<SystemBus> bus_;
   std::unique_ptr<sdbus::IProxy> daemon_;
+  std::unique_ptr<sdbus::IObject> monitor_;
   using Proxies = std::map<std::string, std::unique_ptr<sdbus::IProxy>>;  // By object path.
   Proxies adapters_;
   Proxies asked_;  // Those that have not answered yet.

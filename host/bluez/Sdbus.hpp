@@ -40,6 +40,24 @@ inline void addMatch(sdbus::IConnection& connection, const std::string& rule, au
   connection.addMatch(rule, handler);
 }
 
+/// Lists the objects of this program to others, as long as the connection lasts.
+inline void addObjectManager(sdbus::IConnection& connection) {
+  connection.addObjectManager(sdbus::ObjectPath("/"));
+}
+
+inline void addProperty(sdbus::IObject& object, const char* interface, const char* name,
+                        auto getter) {
+  object.addVTable(sdbus::registerProperty(name).withGetter(getter)).forInterface(interface);
+}
+
+inline void addMethod(sdbus::IObject& object, const char* interface, const char* name,
+                      auto action) {
+  object.addVTable(sdbus::registerMethod(name).implementedAs(action)).forInterface(interface);
+}
+
+/// Shows an object to others, with the properties and methods added before.
+inline void finish(sdbus::IObject& /*object*/) {}
+
 #else
 
 using InterfaceName = std::string;
@@ -60,6 +78,22 @@ inline std::optional<std::chrono::microseconds> longestWait(
 inline void addMatch(sdbus::IConnection& connection, const std::string& rule, auto handler) {
   connection.addMatch(rule, handler, sdbus::floating_slot);
 }
+
+inline void addObjectManager(sdbus::IConnection& connection) {
+  connection.addObjectManager("/", sdbus::floating_slot);
+}
+
+inline void addProperty(sdbus::IObject& object, const char* interface, const char* name,
+                        auto getter) {
+  object.registerProperty(name).onInterface(interface).withGetter(getter);
+}
+
+inline void addMethod(sdbus::IObject& object, const char* interface, const char* name,
+                      auto action) {
+  object.registerMethod(name).onInterface(interface).implementedAs(action);
+}
+
+inline void finish(sdbus::IObject& object) { object.finishRegistration(); }
 
 #endif
 

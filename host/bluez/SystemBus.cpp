@@ -10,6 +10,7 @@ SystemBus::SystemBus(MainQueue& mainQueue, std::function<void()> whenLost)
       lost_(std::move(whenLost)),
       connection_(sdbus::createSystemBusConnection()),
       descriptor_(connection_->getEventLoopPollData().fd) {
+  sdbus_series::addObjectManager(*connection_);
   const auto whenReady = [this] { process(); };
   const auto wanted = [this] { return interest(); };
   queue_.watch(descriptor_, whenReady, wanted);
@@ -21,6 +22,10 @@ std::unique_ptr<sdbus::IProxy> SystemBus::object(const std::string& program,
                                                  const std::string& path) {
   return sdbus::createProxy(*connection_, sdbus_series::ServiceName(program),
                             sdbus::ObjectPath(path));
+}
+
+std::unique_ptr<sdbus::IObject> SystemBus::make(const std::string& path) {
+  return sdbus::createObject(*connection_, sdbus::ObjectPath(path));
 }
 
 void SystemBus::post(std::function<void()> task) {

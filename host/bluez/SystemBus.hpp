@@ -29,6 +29,10 @@ class SystemBus {
   /// Returns a proxy for the object at `path` of another program on the bus.
   std::unique_ptr<sdbus::IProxy> object(const std::string& program, const std::string& path);
 
+  /// Makes an object of this program at `path`, which other programs find under "/". They see it
+  /// once `sdbus_series::finish` is called. Destroy it before the bus.
+  std::unique_ptr<sdbus::IObject> make(const std::string& path);
+
   /// Runs `take`, as a task, with the sender's object path and the arguments of each signal that
   /// `rule`, a match rule of D-Bus, selects. Signals with other arguments are left out.
   template <typename... Arguments>

@@ -19,39 +19,10 @@ namespace {
 constexpr auto kAdapter = "org.bluez.Adapter1";
 constexpr auto kDevice = "org.bluez.Device1";
 
-#if NIMBREL_SDBUS_SERIES == 2
-
-void addObjectManager(sdbus::IConnection& connection) {
-  connection.addObjectManager(sdbus::ObjectPath("/"));
-}
-
-void addProperty(sdbus::IObject& object, const char* interface, const char* name, auto getter) {
-  object.addVTable(sdbus::registerProperty(name).withGetter(getter)).forInterface(interface);
-}
-
-void addMethod(sdbus::IObject& object, const char* interface, const char* name, auto action) {
-  object.addVTable(sdbus::registerMethod(name).implementedAs(action)).forInterface(interface);
-}
-
-void finish(sdbus::IObject& /*object*/) {}
-
-#else
-
-void addObjectManager(sdbus::IConnection& connection) {
-  connection.addObjectManager("/", sdbus::floating_slot);
-}
-
-void addProperty(sdbus::IObject& object, const char* interface, const char* name, auto getter) {
-  object.registerProperty(name).onInterface(interface).withGetter(getter);
-}
-
-void addMethod(sdbus::IObject& object, const char* interface, const char* name, auto action) {
-  object.registerMethod(name).onInterface(interface).implementedAs(action);
-}
-
-void finish(sdbus::IObject& object) { object.finishRegistration(); }
-
-#endif
+using sdbus_series::addMethod;
+using sdbus_series::addObjectManager;
+using sdbus_series::addProperty;
+using sdbus_series::finish;
 
 std::unique_ptr<sdbus::IObject> makeObject(sdbus::IConnection& connection,
                                            const std::string& path) {
@@ -153,7 +124,7 @@ FakeBluez::~FakeBluez() {
   objects_.clear();
 }
 
-void FakeBluez::addAdapter(const std::string& name, bool isPowered) {
+void FakeBluez::addAdapter(const std::string& name, bool isPowered, bool takesMonitors) {
   auto object = makeObject(*connection_, name);
   addProperty(*object, kAdapter, "Powered", [=] { return isPowered; });
   addMethod(*object, kAdapter, "SetDiscoveryFilter", [this](const Properties& filter) {
@@ -163,6 +134,13 @@ void FakeBluez::addAdapter(const std::string& name, bool isPowered) {
   });
   addMethod(*object, kAdapter, "StartDiscovery",
             [this](sdbus::Result<>&& result) { startDiscovery(result); });
+  if (takesMonitors) {
+    addMethod(*object, "org.bluez.AdvertisementMonitorManager1", "RegisterMonitor",
+              [this](const sdbus::ObjectPath& path) {
+                const std::lock_guard lock(mutex_);
+                requested_ += "monitors:" + path + " ";
+              });
+  }
   addMethod(*object, kAdapter, "StopDiscovery", [this] {
     const std::lock_guard lock(mutex_);
     requested_ += "stop ";

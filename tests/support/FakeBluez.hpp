@@ -71,7 +71,7 @@ class FakeBluez {
   FakeBluez(const FakeBluez&) = delete;
   FakeBluez& operator=(const FakeBluez&) = delete;
 
-  void addAdapter(const std::string& name, bool isPowered = true);
+  void addAdapter(const std::string& name, bool isPowered = true, bool takesMonitors = false);
   void removeAdapter(const std::string& name) {
     remove("/org/bluez/" + name, "org.bluez.Adapter1");
   }

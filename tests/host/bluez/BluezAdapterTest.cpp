@@ -81,6 +81,12 @@ TEST_F(Following, HearsOnlyTheDevicesOfItsAdapterThatAreOnTheAir) {
   EXPECT_EQ(story, "heard -60\nheard -51\nheard -61\n");
 }
 
+TEST_F(Following, HasBeaconsMonitoredBeforeItsDiscoveryWhereTheDaemonCan) {
+  bluez->addAdapter("hci1", true, true);
+  follow("hci1");
+  EXPECT_EQ(bluez->requests(), "le+duplicates monitors:/ start");
+}
+
 TEST_F(Following, SpreadsTheReportsOfASuspensionOverItsTime) {
   using namespace std::chrono_literals;
   MainQueue::Time begin{};
