@@ -53,11 +53,24 @@ sdbus::Variant value(Input& input) {
   }
 }
 
+/// A device as BlueZ introduces it.
+BluezDevices::Properties beacon() {
+  const std::map<std::uint16_t, sdbus::Variant> frames{
+      {0x004C, sdbus::Variant(hex("0215E2C56DB5DFFB48D2B060D0F5A71096E000010002C5"))},
+      {0x0118, sdbus::Variant(hex("BEACE2C56DB5DFFB48D2B060D0F5A71096E000010002C500"))}};
+  return {{"Address", sdbus::Variant(std::string("C4:1D:83:5A:07:E2"))},
+          {"AddressType", sdbus::Variant(std::string("public"))},
+          {"RSSI", sdbus::Variant(std::int16_t{-60})},
+          {"ManufacturerData", sdbus::Variant(frames)}};
+}
+
+/// Of any kind, in half of the cases added to those of a beacon.
 BluezDevices::Properties properties(Input& input) {
   static constexpr std::array kNames{"Address", "AddressType",      "Name", "Alias",
                                      "RSSI",    "ManufacturerData", "UUIDs"};
-  BluezDevices::Properties all;
-  for (unsigned count = input.byte() % 8U; count > 0; --count) {
+  const auto choice = input.byte();
+  BluezDevices::Properties all = choice < 128 ? BluezDevices::Properties() : beacon();
+  for (unsigned count = choice % 8U; count > 0; --count) {
     const std::string name = kNames[input.byte() % kNames.size()];
     all[name] = value(input);
   }
