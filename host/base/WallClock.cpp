@@ -39,6 +39,10 @@ std::string WallClock::dateAndTime(Reading reading) const {
   return date(reading) + " " + time(reading);
 }
 
+std::string WallClock::introduction(Reading begin) const {
+  return "times are in " + zone(begin) + ", from " + date(begin) + " on";
+}
+
 std::string WallClock::zone(Reading reading) const {
   return isUtc_ ? "UTC" : formatted("%Z", reading);
 }

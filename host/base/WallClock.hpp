@@ -22,6 +22,9 @@ class WallClock {
   /// "2023-11-14 22:13:20.987"
   [[nodiscard]] std::string dateAndTime(Reading reading) const;
 
+  /// "times are in CET, from 2023-11-14 on"
+  [[nodiscard]] std::string introduction(Reading begin) const;
+
   /// "CET", "UTC"
   [[nodiscard]] std::string zone(Reading reading) const;
   /// How far the zone is ahead of UTC; 0 for a reading that no calendar holds.

@@ -34,7 +34,16 @@ ExplainSession::ExplainSession(const ExplainOptions& options, MainQueue& queue, 
                                Output& errors)
     : FindingsSession(options, options.quiet, options.device.has_value(), queue, errors),
       options_(options),
+      clock_(options.utc),
       output_(output) {}
+
+void ExplainSession::start() {
+  if (!options_.json) {
+    const std::chrono::duration<double> now(phone().timeIntervalSince1970());
+    inform("nimbrel: " + clock_.introduction(std::chrono::floor<std::chrono::milliseconds>(now)));
+  }
+  FindingsSession::start();
+}
 
 void ExplainSession::tell() {
   if (options_.json) {
@@ -74,7 +83,7 @@ void ExplainSession::writeJson() {
 void ExplainSession::writeText() {
   const TerminalSize size = output_.terminalSize();
   FindingsTextStyle style;
-  style.clock = WallClock(options_.utc);
+  style.clock = clock_;
   style.isColoured = isColoured(output_);
   // What goes to a file or a pipe is read on some screen later.
   style.columns = output_.isTerminal() ? size.columns : 100;

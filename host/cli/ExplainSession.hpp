@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "host/base/Output.hpp"
+#include "host/base/WallClock.hpp"
 #include "host/cli/ExplainOptions.hpp"
 #include "host/cli/FindingsSession.hpp"
 
@@ -15,6 +16,8 @@ class ExplainSession final : public FindingsSession {
   /// REQUIRES: all arguments outlive the session.
   ExplainSession(const ExplainOptions& options, MainQueue& queue, Output& output, Output& errors);
 
+  void start() override;
+
  private:
   /// Writes the findings. Throws InputError if the device asked for was not heard.
   void tell() override;
@@ -24,6 +27,7 @@ class ExplainSession final : public FindingsSession {
   void writeText();
 
   const ExplainOptions& options_;
+  WallClock clock_;
   Output& output_;
 };
 

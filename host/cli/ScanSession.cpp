@@ -46,7 +46,7 @@ void ScanSession::start() {
   const auto now = std::chrono::floor<std::chrono::milliseconds>(clock);
   if (!options_.table && !options_.json) {
     detectionLine_.begin(now.count());
-    note("nimbrel: times are in " + clock_.zone(now) + ", from " + clock_.date(now) + " on");
+    note("nimbrel: " + clock_.introduction(now));
   }
   Session::start();
 }

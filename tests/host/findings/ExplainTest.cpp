@@ -307,6 +307,7 @@ TEST(ExplainText, TellsOneDevicesStory) {
   EXPECT_EQ(shown.find("Lamp"), std::string::npos);
   EXPECT_NE(explained(records, {"--device", "lamp"}).find("22:02"), std::string::npos);
   EXPECT_EQ(explained(records, {"--device", "nobody"}),
+            "nimbrel: times are in UTC, from 2023-11-14 on\n"
             "nimbrel: --device 'nobody': no such device was heard; leave it out, and give --all to "
             "see all 3\n");
   EXPECT_NE(explained(records, {"--device", "c6:55:44:33:22:03"}).find("/1/3 and 1 more\n"),
