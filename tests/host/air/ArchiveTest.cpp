@@ -11,6 +11,7 @@
 #include "host/air/Capture.hpp"
 #include "host/base/InputError.hpp"
 #include "tests/host/air/Bytes.hpp"
+#include "tests/support/Conversions.hpp"
 
 namespace nimbrel {
 namespace {
@@ -79,6 +80,9 @@ Lines heard(const Bytes& bytes) {
     lines.insert(lines.begin(), first == nullptr ? capture->name() + ": " + capture->silence()
                                                  : toHex(first->address.bytes).substr(0, 2));
     EXPECT_TRUE(first == nullptr || capture->next() == nullptr);
+    if (first != nullptr) {
+      testing_support::expectFaithfulConversions(bytes);
+    }
   } catch (const InputError& error) {
     lines.insert(lines.begin(), error.what());
   }

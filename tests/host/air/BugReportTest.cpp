@@ -8,6 +8,7 @@
 #include "host/air/Capture.hpp"
 #include "host/base/InputError.hpp"
 #include "tests/host/air/Bytes.hpp"
+#include "tests/support/Conversions.hpp"
 
 namespace nimbrel {
 namespace {
@@ -77,6 +78,8 @@ Lines heard(const Bytes& bytes) {
     }
     if (lines.empty()) {
       lines.push_back(capture->silence());
+    } else {
+      testing_support::expectFaithfulConversions(bytes);
     }
   } catch (const InputError& error) {
     lines.emplace_back(error.what());
