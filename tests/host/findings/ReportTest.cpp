@@ -133,6 +133,7 @@ TEST(ReportJson, TellsOfAScenarioWithItsOwnApplicationAndPhone) {
 {"at": 1, "advertise": {"address": "C6:55:44:33:22:01", "manufacturerData": "4C000215E2C56DB5DFFB48D2B060D0F5A71096E000010002C5", "rssi": -60}, "every": 0.5, "for": 2}
 {"at": 4, "bluetooth": "poweredOff"}
 {"at": 5, "advertise": {"address": "C6:55:44:33:22:01", "name": "x", "rssi": -60}}
+{"at": 5, "advertise": {"address": "C6:55:44:33:22:02", "name": "y", "rssi": -60}}
 {"at": 6, "authorization": "denied"}
 {"at": 7, "fail": "monitoring", "error": "none", "region": "Desk"}
 {"at": 8, "wait": true}
@@ -140,10 +141,13 @@ TEST(ReportJson, TellsOfAScenarioWithItsOwnApplicationAndPhone) {
                       .output);
   EXPECT_EQ(report["source"]["kind"], "scenario");
   EXPECT_EQ(report["source"]["begin"], 1'700'000'000'000);
-  EXPECT_EQ(report["devices"][0]["fates"], Json::parse(R"({"ranged": 5, "deaf": 1})"));
-  EXPECT_EQ(report["devices"][0]["last"], 1'700'000'005'000);
+  // One that nothing listened to whenever it was heard comes before one that was detected.
+  EXPECT_EQ(report["missed"], 1);
+  EXPECT_EQ(report["devices"][0]["fates"], Json::parse(R"({"deaf": 1})"));
+  EXPECT_EQ(report["devices"][1]["fates"], Json::parse(R"({"ranged": 5, "deaf": 1})"));
+  EXPECT_EQ(report["devices"][1]["last"], 1'700'000'005'000);
   EXPECT_EQ(report["run"]["filters"][0]["filter"], std::string(kUuid).append("=Desk"));
-  EXPECT_EQ(report["series"][0]["readings"].size(), 6U);
+  EXPECT_EQ(report["series"][1]["readings"].size(), 6U);
   EXPECT_EQ(lanesOf(report),
             "poweredOn0.0-4.0 poweredOff4.0-8.0 whenInUse0.0-6.0 denied6.0-8.0 ranged0.0-5.0 "
             "inside1.0-5.0 refused7.0-8.0 ");
