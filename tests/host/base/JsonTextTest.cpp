@@ -1,12 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <nlohmann/json.hpp>
 #include <random>
 
 #include "host/base/JsonText.hpp"
+#include "host/base/JsonWriter.hpp"
 
 namespace nimbrel {
 namespace {
@@ -74,6 +76,26 @@ TEST(JsonText, EscapesWhatJsonCannotHoldWhereverItStands) {
       EXPECT_EQ(json(special + plain + special), '"' + escaped + plain + escaped + '"');
     }
   }
+}
+
+TEST(JsonWriter, PassesOnWhatIsTooMuchForABuffer) {
+  std::FILE* const file = std::tmpfile();
+  Output output(fileno(file));
+  std::string expected;
+  {
+    JsonWriter toFile(output);
+    JsonWriter toText(expected);
+    for (int number = 0; number < 50'000; ++number) {
+      toFile.integer(number);
+      toText.integer(number);
+    }
+  }
+  output.flush();
+  std::rewind(file);
+  std::string written(expected.size() + 1, '?');
+  written.resize(std::fread(written.data(), 1, written.size(), file));
+  std::fclose(file);
+  EXPECT_TRUE(written == expected);
 }
 
 TEST(JsonText, ReadsBackAsTheSameNumberWhateverTheBits) {

@@ -208,7 +208,8 @@ TEST_F(Explain, SaysWhyAndWhatToChange) {
        {"filter mode hears iBeacons only, although a filter has its UUID",
         "its UUID is sent in AltBeacon frames"}},
       // Nobody sends what is asked for.
-      {report(0, "01", iBeacon("00010002", kOtherDigits)),
+      {report(0, "01", iBeacon("00010002", kOtherDigits)) +
+           report(1, "01", iBeacon("00010003", kOtherDigits)),
        filter,
        {"No filter asks for its UUID, 00000000-0000-0000-0000-000000000001",
         "no device sent its UUID. Heard were 00000000-0000-0000-0000-000000000001 (1 device)"}},
@@ -216,6 +217,9 @@ TEST_F(Explain, SaysWhyAndWhatToChange) {
       {report(0, "01", iBeacon("00010002")),
        {"--filter", std::string(kUuid) + "=Desk", "--filter", std::string(kOther) + "=Desk"},
        {"have the same label, \\\"Desk\\\"", "nothing ranged their region"}},
+      {report(0, "01", iBeacon("00010002")),
+       {"--filter", std::string(kUuid) + "/9=Desk", "--filter", std::string(kOther) + "=Desk"},
+       {"have the same label"}},
       {report(0, "01", named("Lamp")),
        manyFilters(),
        {"The filters make 22 regions, and a phone monitors 20",
@@ -289,10 +293,10 @@ TEST(ExplainText, TellsOfTheMostSurprisingFirstAndSumsUpTheRest) {
 TEST(ExplainText, FitsAScreen) {
   Bytes records;
   for (const char* device : {"01", "02", "03", "04", "05", "06", "07", "08", "09", "0A", "0B"}) {
-    records = records + report(0, device, maker("590001"));
+    records = records + report(0, device, iBeacon("00010002"));
   }
-  const std::string shown = explained(records, {});
-  EXPECT_NE(shown.find("\n  5 more devices: detected\n"), std::string::npos) << shown;
+  const std::string shown = explained(records, {"--filter", kUuid, "--filter", kOther});
+  EXPECT_NE(shown.find("\n  6 more devices: detected\n"), std::string::npos) << shown;
 }
 
 TEST(ExplainText, TellsOneDevicesStory) {
@@ -305,7 +309,9 @@ TEST(ExplainText, TellsOneDevicesStory) {
             std::string::npos)
       << shown;
   EXPECT_EQ(shown.find("Lamp"), std::string::npos);
-  EXPECT_NE(explained(records, {"--device", "lamp"}).find("22:02"), std::string::npos);
+  const std::string quiet = explained(records, {"--device", "lamp", "--quiet"});
+  EXPECT_NE(quiet.find("22:02"), std::string::npos);
+  EXPECT_EQ(quiet.find("nimbrel"), std::string::npos);
   EXPECT_EQ(explained(records, {"--device", "nobody"}),
             "nimbrel: times are in UTC, from 2023-11-14 on\n"
             "nimbrel: --device 'nobody': no such device was heard; leave it out, and give --all to "
