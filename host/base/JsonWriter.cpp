@@ -26,9 +26,8 @@ constexpr std::uint64_t kTops = kOnes * 0x80;
 /// The same for eight bytes at once: has a bit of `kTops` if one of them needs care. All arithmetic
 /// stays within its byte as long as none of the lower ones does.
 constexpr std::uint64_t careFor(std::uint64_t bytes) {
-  const auto isZero = [](std::uint64_t each) { return (each - kOnes) & ~each; };
-  return bytes | (bytes - kOnes * 0x20) | isZero(bytes ^ kOnes * '"') |
-         isZero(bytes ^ kOnes * '\\') | isZero(bytes ^ kOnes * 0x7F);
+  return bytes | (bytes + kOnes) | (bytes - kOnes * 0x20) | ((bytes ^ kOnes * '"') - kOnes) |
+         ((bytes ^ kOnes * '\\') - kOnes);
 }
 
 }  // namespace
