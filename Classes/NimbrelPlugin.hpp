@@ -7,10 +7,10 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "Classes/bluetooth/BeaconFrame.hpp"
+#include "Classes/bluetooth/DetectionMemory.hpp"
 #include "Classes/model/BeaconFilter.hpp"
 #include "Classes/text/TextOf.hpp"
 #include "Classes/text/UuidText.hpp"
@@ -84,12 +84,6 @@ class NimbrelPlugin final : public FlutterPlugin,
                                  double rssi) override;
 
  private:
-  /// When a device last passed the thinning, and how strong its signal was.
-  struct Detection {
-    double timestamp;  // seconds since 1970
-    double rssi;       // dBm
-  };
-
   // core: dispatch and lifecycle
 
   void handleStartDetection(const FlutterMethodCall& call, const FlutterResult& result);
@@ -153,8 +147,7 @@ class NimbrelPlugin final : public FlutterPlugin,
   std::unique_ptr<CBCentralManager> bluetoothManager;
   FlutterEventSink eventSink;
   FlutterResult permissionResult;
-  /// By the text of a device's identifier.
-  std::unordered_map<UuidText, Detection, UuidTextHash> lastBeaconDetections;
+  DetectionMemory lastBeaconDetections;
   const double minimumUpdateInterval = 2.0;  // seconds
   const double rssiThreshold = 3.0;          // dB
   bool isScanning = false;

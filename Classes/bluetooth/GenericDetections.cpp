@@ -26,12 +26,12 @@ void NimbrelPlugin::centralManagerDidDiscover(CBCentralManager& /*central*/,
   }
   const UuidText identifier(peripheral.identifier);
   const double now = platform.timeIntervalSince1970();
-  const auto [last, isNew] = lastBeaconDetections.try_emplace(identifier, Detection{now, rssi});
-  if (!isNew && now - last->second.timestamp < minimumUpdateInterval &&
-      std::abs(rssi - last->second.rssi) < rssiThreshold) {
+  const auto [last, isNew] = lastBeaconDetections.tryEmplace(identifier, {now, rssi});
+  if (!isNew && now - last.timestamp < minimumUpdateInterval &&
+      std::abs(rssi - last.rssi) < rssiThreshold) {
     return;
   }
-  last->second = {now, rssi};
+  last = {now, rssi};
   if (isAdmitted(peripheral, advertisementData)) {
     sendGenericBeaconData(peripheral, identifier, advertisementData, rssi);
   }

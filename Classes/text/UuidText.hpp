@@ -4,7 +4,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <optional>
 #include <string_view>
 
@@ -47,6 +46,8 @@ constexpr int hexDigitValue(char digit) {
 /// joined by hyphens. Source: RFC 9562, section 4.
 class UuidText {
  public:
+  /// Of no UUID: 36 null characters.
+  UuidText() = default;
   explicit UuidText(const UUID& uuid);
 
   /// Valid as long as the object is.
@@ -56,12 +57,6 @@ class UuidText {
 
  private:
   std::array<char, 36> characters_{};
-};
-
-struct UuidTextHash {
-  std::size_t operator()(std::string_view text) const {
-    return std::hash<std::string_view>()(text);
-  }
 };
 
 /// Parses a text of that form, in either letter case. Absent for any other text.
