@@ -1,7 +1,10 @@
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <utility>
 #include <vector>
 
@@ -11,11 +14,10 @@ namespace nimbrel {
 
 /// The address and its type in one number, which is never 0.
 inline std::uint64_t keyOf(const DeviceAddress& address) {
-  std::uint64_t key = address.type == AddressType::publicAddress ? 1 : 2;
-  for (const std::uint8_t byte : address.bytes) {
-    key = key << 8U | byte;
-  }
-  return key;
+  std::array<std::uint8_t, sizeof(std::uint64_t)> bytes{};
+  std::memcpy(bytes.data(), address.bytes.data(), address.bytes.size());
+  bytes.back() = address.type == AddressType::publicAddress ? 1 : 2;
+  return std::bit_cast<std::uint64_t>(bytes);
 }
 
 /// A value for each of many device addresses, in a flat hash table: a scan of weeks counts every
@@ -60,11 +62,12 @@ class AddressTable {
 
   /// Where `key` is, or where it belongs: the next slot is tried if one is taken.
   Slot& slotOf(std::uint64_t key) {
-    // Multiplied by 2^64 over the golden ratio, neighbouring addresses lie far apart, and the upper
+    // Multiplied by 2^64 over the golden ratio, neighbouring addresses lie far apart. The upper
     // bits depend on all of the key.
     constexpr std::uint64_t kGolden = 0x9E3779B97F4A7C15;
     const std::size_t last = slots_.size() - 1;
-    std::size_t place = static_cast<std::size_t>(key * kGolden >> 32U) & last;
+    std::size_t place =
+        static_cast<std::size_t>(key * kGolden >> std::countl_zero(std::uint64_t{last}));
     while (slots_[place].key != 0 && slots_[place].key != key) {
       place = (place + 1) & last;
     }

@@ -75,11 +75,13 @@ Device& Devices::deviceOf(const DeviceAddress& address, MainQueue::Time now) {
   if (isNew) {
     number = freeDevice();
     everHeard_.tryEmplace(address);
-  } else if (isForgotten(device(number), now)) {
-    device(number) = Device();
   }
-  device(number).lastHeard = now;
-  return device(number);
+  Device& heard = device(number);
+  if (!isNew && isForgotten(heard, now)) {
+    heard = Device();
+  }
+  heard.lastHeard = now;
+  return heard;
 }
 
 std::uint32_t Devices::freeDevice() {
