@@ -72,8 +72,10 @@ struct EncodableEntry {
   friend bool operator==(const EncodableEntry&, const EncodableEntry&) = default;
 };
 
-inline EncodableValue::EncodableValue(const char* text) : variant(std::string(text)) {}
-inline EncodableValue::EncodableValue(std::string_view text) : variant(std::string(text)) {}
+inline EncodableValue::EncodableValue(const char* text)
+    : variant(std::in_place_type<std::string>, text) {}
+inline EncodableValue::EncodableValue(std::string_view text)
+    : variant(std::in_place_type<std::string>, text) {}
 
 inline EncodableMap::EncodableMap(std::initializer_list<EncodableEntry> entries)
     : entries_(entries) {

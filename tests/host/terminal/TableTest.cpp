@@ -44,7 +44,7 @@ class TableOnTerminal : public TerminalTest {
       line.erase(line.find("\033[K"));
       const bool isDim = line.starts_with("\033[2m");
       if (isDim) {
-        line = "~" + line.substr(4, line.find("\033[0m") - 4);
+        line = std::string("~").append(line, 4, line.find("\033[0m") - 4);
       }
       line.erase(line.find_last_not_of(' ') + 1);
       lines.push_back(line);
