@@ -34,16 +34,21 @@ void MainQueue::at(Time due, DispatchTask task) {
   std::push_heap(timers_.begin(), timers_.end(), std::greater<>());
 }
 
-void MainQueue::drain() {
-  if (!running_.empty()) {
-    return;
-  }
+void MainQueue::runTasks() {
   while (!tasks_.empty()) {
     running_.swap(tasks_);
     for (DispatchTask& task : running_) {
       task();
     }
     running_.clear();
+  }
+}
+
+inline void MainQueue::passTimeUntil(Time end) {
+  if (clock_ == nullptr) {
+    now_ = std::max(now_, end);
+  } else {
+    passRealTimeUntil(end);
   }
 }
 
@@ -76,11 +81,7 @@ MainQueue::Time MainQueue::lag() const {
 
 void MainQueue::catchUp(Time end) { now_ = std::max(now_, std::min(elapsed(), end)); }
 
-void MainQueue::passTimeUntil(Time end) {
-  if (clock_ == nullptr) {
-    now_ = std::max(now_, end);
-    return;
-  }
+void MainQueue::passRealTimeUntil(Time end) {
   if (!started_.has_value()) {
     started_ = clock_->now();
   }

@@ -50,7 +50,11 @@ class MainQueue {
 
   /// Runs the queued tasks, and those that they add, until none is left. Does nothing when called
   /// from a task: the queued tasks run after it.
-  void drain();
+  void drain() {
+    if (!tasks_.empty() && running_.empty()) {
+      runTasks();
+    }
+  }
 
   /// Lets time pass up to `end` and runs all tasks that are due by then, those due at `end`
   /// included. After each, drains the queue. Returns early when stopped.
@@ -102,7 +106,9 @@ class MainQueue {
     std::set<int> impatient;  // those called after the sleep even if they are not ready
   };
 
+  void runTasks();
   void passTimeUntil(Time end);
+  void passRealTimeUntil(Time end);
   void sleepUntil(Time end);
   [[nodiscard]] Sleep planSleep() const;
   void callReady(const Sleep& sleep);
