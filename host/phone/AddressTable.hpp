@@ -66,8 +66,7 @@ class AddressTable {
     // bits depend on all of the key.
     constexpr std::uint64_t kGolden = 0x9E3779B97F4A7C15;
     const std::size_t last = slots_.size() - 1;
-    std::size_t place =
-        static_cast<std::size_t>(key * kGolden >> std::countl_zero(std::uint64_t{last}));
+    auto place = static_cast<std::size_t>(key * kGolden >> std::countl_zero(std::uint64_t{last}));
     while (slots_[place].key != 0 && slots_[place].key != key) {
       place = (place + 1) & last;
     }
