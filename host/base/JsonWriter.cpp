@@ -20,14 +20,13 @@ constexpr auto kNeedsCare = [] {
   return needsCare;
 }();
 
-constexpr std::uint64_t kOnes = 0x0101010101010101;
-constexpr std::uint64_t kTops = kOnes * 0x80;
-
-/// The same for eight bytes at once: has a bit of `kTops` if one of them needs care. All arithmetic
-/// stays within its byte as long as none of the lower ones does.
-constexpr std::uint64_t careFor(std::uint64_t bytes) {
-  return bytes | (bytes + kOnes) | (bytes - kOnes * 0x20) | ((bytes ^ kOnes * '"') - kOnes) |
-         ((bytes ^ kOnes * '\\') - kOnes);
+/// The same for eight bytes at once. All arithmetic stays within its byte as long as none of the
+/// lower ones needs care.
+constexpr bool needsCare(std::uint64_t bytes) {
+  constexpr std::uint64_t kOnes = 0x0101010101010101;
+  return ((bytes | (bytes + kOnes) | (bytes - kOnes * 0x20) | ((bytes ^ kOnes * '"') - kOnes) |
+           ((bytes ^ kOnes * '\\') - kOnes)) &
+          (kOnes * 0x80)) != 0;
 }
 
 }  // namespace
@@ -66,32 +65,24 @@ void JsonWriter::real(double number) {
 
 void JsonWriter::text(std::string_view text) {
   makeRoom(text.size() + 2);
-  char* const letters = end_ + 1;
-  std::uint64_t care = 0;
-  const auto takeWord = [&](std::size_t place) {
-    std::uint64_t bytes = 0;
-    std::memcpy(&bytes, text.data() + place, sizeof bytes);
-    std::memcpy(letters + place, &bytes, sizeof bytes);
-    care |= careFor(bytes);
-  };
-  constexpr std::size_t kWord = sizeof(std::uint64_t);
-  if (text.size() >= kWord) {
-    for (std::size_t place = 0; place + kWord < text.size(); place += kWord) {
-      takeWord(place);
-    }
-    takeWord(text.size() - kWord);
-  } else {
-    for (std::size_t place = 0; place < text.size(); ++place) {
-      letters[place] = text[place];
-      care |= kNeedsCare[static_cast<std::uint8_t>(text[place])] ? kTops : 0;
-    }
+  char* letter = end_;
+  *letter++ = '"';
+  bool isEscaped = false;
+  std::string_view rest = text;
+  for (std::uint64_t bytes = 0; rest.size() >= sizeof bytes; rest.remove_prefix(sizeof bytes)) {
+    std::memcpy(&bytes, rest.data(), sizeof bytes);
+    letter = std::copy_n(rest.begin(), sizeof bytes, letter);
+    isEscaped |= needsCare(bytes);
   }
-  if ((care & kTops) != 0) {
+  for (const char each : rest) {
+    *letter++ = each;
+    isEscaped |= kNeedsCare[static_cast<std::uint8_t>(each)];
+  }
+  *letter++ = '"';
+  if (isEscaped) {
     escaped(text);
   } else {
-    letters[-1] = '"';
-    letters[text.size()] = '"';
-    end_ = letters + text.size() + 1;
+    end_ = letter;
   }
 }
 
