@@ -55,8 +55,6 @@ function makeHead() {
   byId('attention-section').hidden = others.size === 0;
 }
 
-
-
 function makePlots() {
   byId('line-means').textContent = `mean over ${durationText(meanWidth).replace('.0', '')}`;
   const readings = series.reduce(
