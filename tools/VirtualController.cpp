@@ -2,9 +2,11 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
 #include <cstdint>
 #include <iostream>
 #include <iterator>
@@ -120,12 +122,17 @@ class VirtualController {
     }
   }
 
-  /// Of the first report of an event.
-  static Bytes addressIn(const Bytes& packet) {
+  using Address = std::array<std::uint8_t, 6>;
+
+  /// Of the first report of an event; zeros if that is too short to have one.
+  static Address addressIn(const Bytes& packet) {
     constexpr std::uint8_t kExtendedReport = 0x0D;
-    constexpr std::ptrdiff_t kLength = 6;
-    const auto address = packet.begin() + (packet[3] == kExtendedReport ? 8 : 7);
-    return packet.end() - address < kLength ? Bytes() : Bytes(address, address + kLength);
+    const std::size_t place = packet.size() > 3 && packet[3] == kExtendedReport ? 8 : 7;
+    Address address{};
+    if (packet.size() >= place + address.size()) {
+      std::copy_n(packet.data() + place, address.size(), address.begin());
+    }
+    return address;
   }
 
   /// Which commands there are, beyond those that have to be: the two of the extended scan.
@@ -155,7 +162,7 @@ class VirtualController {
   bool isLooping_ = false;
   bool canFilter_;
   bool isFiltering_ = false;
-  std::set<Bytes> filtered_;  // The addresses that were heard.
+  std::set<Address> filtered_;  // The addresses that were heard.
   Clock::duration heardFor_{};
 };
 
