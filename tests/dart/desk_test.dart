@@ -19,29 +19,27 @@ final nimbrel = Platform.environment['NIMBREL'] ?? '${root}build/release/nimbrel
 final walk = '${root}example/walk.btsnoop';
 
 /// Runs [body] with a desk as the platform, which is stopped in the end.
-Future<void> atDesk(
-  Future<void> Function(Desk desk) body, {
-  String? scenario,
-  String? capture,
-  double? speed,
-  Phone? phone,
-  Duration resolution = const Duration(milliseconds: 100),
-  String? command,
-}) async {
-  final desk = await Desk.start(
-    scenario: scenario,
-    capture: capture,
-    speed: speed,
-    phone: phone,
-    resolution: resolution,
-    command: command,
-  );
+Future<void> atDesk(Future<void> Function(Desk desk) body, {Future<Desk>? started}) async {
+  final desk = await (started ?? Desk.start());
   NimbrelPlatform.instance = desk;
   try {
     await body(desk);
   } finally {
     await desk.stop();
   }
+}
+
+/// The lines of the transcript that have that key.
+Stream<Map<String, Object?>> linesWith(String key, Desk desk) =>
+    desk.transcript.where((line) => line.containsKey(key));
+
+/// What an application detects that starts at once, until nothing more happens.
+Future<List<Detection>> detected(Desk desk, [List<BeaconFilter> filters = const []]) async {
+  final heard = <Detection>[];
+  Nimbrel.detections.listen(heard.add);
+  await Nimbrel.startDetection(filters: filters);
+  await desk.waitUntilEnd();
+  return heard;
 }
 
 /// Hands a file of that content to [body].
@@ -123,19 +121,15 @@ void deskTests() {
       ('null', <BeaconFilter>[]),
     ]) {
       await withFile('air.jsonl', steps.replaceFirst('CALL', arguments), (path) async {
-        final heard = <Detection>[];
-        final replies = <Object?>[];
-        await atDesk(scenario: path, (desk) async {
-          desk.transcript.where((line) => line.containsKey('reply')).listen(replies.add);
-          Nimbrel.detections.listen(heard.add);
-          await Nimbrel.startDetection(filters: filters);
-          await desk.waitUntilEnd();
+        await atDesk(started: Desk.start(scenario: path), (desk) async {
+          final replies = <Object?>[];
+          linesWith('reply', desk).listen(replies.add);
+          final heard = await detected(desk, filters);
           expect(desk.time, const Duration(minutes: 1));
+          expect(replies.length, 1, 'only the call of this program');
+          expect(heard, await printed(['simulate', path], key: 'event'));
+          expect(heard.length > 3, true, '${heard.length} detections');
         });
-        expect(replies.length, 1, 'only the call of this program');
-        final expected = await printed(['simulate', path], key: 'event');
-        expect(heard, expected);
-        expect(heard.length > 3, true, '${heard.length} detections');
       });
     }
   });
@@ -148,11 +142,9 @@ void deskTests() {
       ),
       (<String>[], <BeaconFilter>[]),
     ]) {
-      final heard = <Detection>[];
-      await atDesk(capture: walk, (desk) async {
-        Nimbrel.detections.listen(heard.add);
-        await Nimbrel.startDetection(filters: filters);
-        await desk.waitUntilEnd();
+      var heard = <Detection>[];
+      await atDesk(started: Desk.start(capture: walk), (desk) async {
+        heard = await detected(desk, filters);
       });
       expect(heard, await printed(['scan', '--json', '--quiet', ...options, walk]));
       await withFile('walk.jsonl', '', (path) async {
@@ -195,9 +187,7 @@ void deskTests() {
   test('what the application has begun to do is played before time goes on', () {
     return atDesk((desk) async {
       final times = <Object?>[];
-      desk.transcript
-          .where((line) => line.containsKey('reply'))
-          .listen((line) => times.add(line['at']));
+      linesWith('reply', desk).listen((line) => times.add(line['at']));
       Future<void> start() async {
         await Nimbrel.checkPermissionStatus();
         await Nimbrel.startDetection();
@@ -221,9 +211,7 @@ void deskTests() {
       await Nimbrel.startDetection(filters: [BeaconFilter(uuid: lobby)]);
       await advertiseLobby(desk);
       final calls = <Object?>[];
-      desk.transcript
-          .where((line) => line.containsKey('reply'))
-          .listen((line) => calls.addAll([line['reply'], line['at']]));
+      linesWith('reply', desk).listen((line) => calls.addAll([line['reply'], line['at']]));
       await desk.wait(const Duration(minutes: 1));
       expect(heard.length, 1);
       final at = calls[1];
@@ -263,12 +251,11 @@ void deskTests() {
   });
 
   test('each step does what it says', () {
-    return atDesk(phone: const Phone(systemVersion: '13.7', regionExitDelay: second), (desk) async {
+    const phone = Phone(systemVersion: '13.7', regionExitDelay: second);
+    return atDesk(started: Desk.start(phone: phone), (desk) async {
       Future<List<Object?>> during(Future<void> step, String key) async {
         final seen = <Object?>[];
-        final subscription = desk.transcript
-            .where((line) => line.containsKey(key))
-            .listen((line) => seen.add(line[key]));
+        final subscription = linesWith(key, desk).listen((line) => seen.add(line[key]));
         await step;
         await subscription.cancel();
         return seen;
@@ -279,23 +266,19 @@ void deskTests() {
       await Nimbrel.startDetection(filters: [BeaconFilter(uuid: lobby, identifier: 'Lobby')]);
       await desk.range(
         region: 'beacon_E2C56DB5',
-        beacons: const [
-          RangedBeacon(
-            uuid: lobby,
-            majorId: 1,
-            minorId: 2,
-            rssi: -70,
-            accuracy: 2.5,
-            proximity: Proximity.near,
-          ),
-          RangedBeacon(
-            uuid: lobby,
-            majorId: 1,
-            minorId: 3,
-            rssi: 0,
-            accuracy: -1,
-            proximity: Proximity.unknown,
-          ),
+        beacons: [
+          for (final (minor, rssi, accuracy, proximity) in [
+            (2, -70, 2.5, Proximity.near),
+            (3, 0, -1.0, Proximity.unknown),
+          ])
+            RangedBeacon(
+              uuid: lobby,
+              majorId: 1,
+              minorId: minor,
+              rssi: rssi,
+              accuracy: accuracy,
+              proximity: proximity,
+            ),
         ],
       );
       expect(heard.map((one) => (one.minorId, one.rssi, one.distance, one.proximity)), [
@@ -318,12 +301,8 @@ void deskTests() {
       heard.clear();
       await Nimbrel.startDetection();
       await desk.setClock(DateTime.utc(2030));
-      await desk.discover(
-        identifier: lobby,
-        name: 'Beacon',
-        manufacturerData: [0x0A, 0x00, 0xFF, 0x01, 0x02, 0x03],
-        rssi: -60,
-      );
+      const bytes = [0x0A, 0x00, 0xFF, 0x01, 0x02, 0x03];
+      await desk.discover(identifier: lobby, name: 'Beacon', manufacturerData: bytes, rssi: -60);
       await desk.advertise(
         address: '00:1B:DC:07:32:EE',
         addressType: AddressType.public,
@@ -331,24 +310,12 @@ void deskTests() {
         manufacturerData: [0x0A, 0x01, 0, 0, 0, 0],
         rssi: -50,
       );
-      await desk.advertiseData(
-        address: 'C6:55:44:33:22:11',
-        data: [7, 0x09, ...'Beacon'.codeUnits],
-        rssi: -40,
-      );
-      await desk.advertiseData(
-        address: 'C6:55:44:33:22:11',
-        data: [7, 0xFF, 0x0A, 0x02, 0, 0, 0, 0],
-        scanResponse: true,
-        rssi: -45,
-      );
-      await desk.advertiseBeacon(
-        uuid: lobby,
-        majorId: 258,
-        minorId: 65535,
-        txPower: -61,
-        rssi: -61,
-      );
+      const address = 'C6:55:44:33:22:11';
+      final name = [7, 0x09, ...'Beacon'.codeUnits];
+      const made = [7, 0xFF, 0x0A, 0x02, 0, 0, 0, 0];
+      await desk.advertiseData(address: address, data: name, rssi: -40);
+      await desk.advertiseData(address: address, data: made, scanResponse: true, rssi: -45);
+      await desk.advertiseBeacon(uuid: lobby, majorId: 258, minorId: 65535, txPower: -61, rssi: -61);
       expect(heard.map((one) => (one.name, one.mac, one.rssi, one.isBeacon)), [
         ('Beacon', '0A:00:FF:01:02:03', -60, false),
         ('Door Beacon', '0A:01:00:00:00:00', -50, false),
@@ -376,14 +343,14 @@ void deskTests() {
       (PromptAnswer.denied, false),
     ]) {
       final phone = Phone(authorization: Authorization.notDetermined, prompt: prompt);
-      await atDesk(phone: phone, (desk) async {
+      await atDesk(started: Desk.start(phone: phone), (desk) async {
         final answer = Nimbrel.requestPermissions();
         await desk.wait(second * 2);
         expect(await answer, granted);
       });
     }
     const phone = Phone(authorization: Authorization.whenInUse, prompt: PromptAnswer.whenInUse);
-    await atDesk(phone: phone, (desk) async {
+    await atDesk(started: Desk.start(phone: phone), (desk) async {
       var answered = false;
       final answer = Nimbrel.requestPermissions().whenComplete(() => answered = true);
       await desk.wait(second * 10);
@@ -419,7 +386,7 @@ void deskTests() {
     ]) {
       await withFile('wrong.jsonl', content, (path) async {
         final error = await expectThrows<DeskException>(
-          () => atDesk(scenario: path, (desk) => desk.waitUntilEnd()),
+          () => atDesk(started: Desk.start(scenario: path), (desk) => desk.waitUntilEnd()),
         );
         expect(error.message.startsWith('$path:$line: '), true, error.message);
         expect(error.message.contains(what), true, error.message);
@@ -444,6 +411,9 @@ void deskTests() {
       await expectThrows<ArgumentError>(() => Desk.start(speed: speed));
     }
     await expectThrows<ArgumentError>(() => Desk.start(resolution: Duration.zero));
+    await withFile('phone.jsonl', '{"phone": {}}', (path) async {
+      await expectThrows<ArgumentError>(() => Desk.start(scenario: path, phone: const Phone()));
+    });
   });
 
   test('a child that ends by itself takes the desk with it', () async {
@@ -496,30 +466,16 @@ Future<void> main() async {
 
   test('with a speed, time passes by itself', () async {
     await withFile('air.jsonl', steps.replaceFirst('CALL', 'null'), (path) async {
-      await atDesk(scenario: path, speed: 200, (desk) async {
-        final heard = <Detection>[];
-        Nimbrel.detections.listen(heard.add);
-        await Nimbrel.startDetection();
-        await desk.waitUntilEnd();
+      await atDesk(started: Desk.start(scenario: path, speed: 200), (desk) async {
+        expect((await detected(desk)).isNotEmpty, true);
         expect(desk.time >= second * 60, true, '${desk.time}');
-        expect(heard.isNotEmpty, true);
         final before = desk.time;
         await desk.wait(second * 10);
         expect(desk.time - before >= second * 10, true);
       });
     });
-    await atDesk(capture: walk, speed: 1000, (desk) async {
-      final heard = <Detection>[];
-      Nimbrel.detections.listen(heard.add);
-      await Nimbrel.startDetection();
-      await desk.waitUntilEnd();
-      expect(heard.isNotEmpty, true);
-    });
-  });
-
-  test('a phone is set up by the scenario or by the program, not both', () async {
-    await withFile('phone.jsonl', '{"phone": {}}', (path) async {
-      await expectThrows<ArgumentError>(() => Desk.start(scenario: path, phone: const Phone()));
+    await atDesk(started: Desk.start(capture: walk, speed: 1000), (desk) async {
+      expect((await detected(desk)).isNotEmpty, true);
     });
   });
 
@@ -538,7 +494,7 @@ Future<void> main() async {
 
   test('a stopped desk does not wait for the next step of its scenario', () async {
     await withFile('later.jsonl', '{"at": 86400, "wait": true}', (path) async {
-      await atDesk(scenario: path, speed: 1, (desk) async {
+      await atDesk(started: Desk.start(scenario: path, speed: 1), (desk) async {
         final ends = desk.waitUntilEnd();
         unawaited(desk.stop());
         await ends;
