@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,6 +14,13 @@ struct Outcome {
   std::string output;
   std::string errors;
 };
+
+/// Whether `text` has `part` in it, for EXPECT_TRUE.
+inline testing::AssertionResult has(std::string_view text, std::string_view part) {
+  const bool is = text.find(part) != std::string_view::npos;
+  return (is ? testing::AssertionSuccess() : testing::AssertionFailure())
+         << '"' << part << "\" in: " << text;
+}
 
 /// Runs the command as a user would, in UTC, with `input` as its standard input.
 Outcome runCommand(const std::vector<std::string>& arguments, const std::string& input = "");

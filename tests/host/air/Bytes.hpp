@@ -58,6 +58,10 @@ inline Bytes big(std::size_t size, std::uint64_t value) {
 
 inline Bytes withLength(const Bytes& bytes) { return little(1, bytes.size()) + bytes; }
 
+// Advertising data structures.
+inline Bytes named(std::string_view name) { return withLength(hex("09") + text(name)); }
+inline Bytes made(const Bytes& data) { return withLength(hex("FF") + data); }
+
 /// An LE meta event, without the packet type of H4.
 inline Bytes event(const Bytes& parameters) { return hex("3E") + withLength(parameters); }
 

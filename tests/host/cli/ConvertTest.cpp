@@ -1,54 +1,40 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <string>
-#include <vector>
 
 #include "host/cli/Bundled.hpp"
-#include "tests/host/air/Bytes.hpp"
-#include "tests/support/Command.hpp"
 #include "tests/support/Conversions.hpp"
+#include "tests/support/Reports.hpp"
 
 namespace nimbrel::testing_support {
 namespace {
 
-constexpr const char* kUuid = "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0";
-
-/// A record that many seconds after 2023-11-14 22:13:20.
-Bytes record(double seconds, const Bytes& packet) {
-  const auto micros = static_cast<std::int64_t>((1'700'000'000 + seconds) * 1e6);
-  return btsnoopRecord(3, 0x00DCDDB30F2F8000U + static_cast<std::uint64_t>(micros), packet);
-}
-
 /// A report of the device C6:55:44:33:22:11.
-Bytes report(double seconds, const Bytes& data, const char* kind = "00 01") {
-  return record(seconds, hex("04") + event(hex("02 01") + hex(kind) + hex("1122334455C6") +
-                                           withLength(data) + hex("C4")));
+Bytes heard(double seconds, const char* data, const char* kind = "00 01") {
+  return report(seconds, "11", hex(data), -60, kind);
 }
 
-const Bytes kMark = hex("04 FF 00");
-
-std::string capture(const Bytes& records) {
-  const Bytes file = btsnoop(1002, records);
-  return {file.begin(), file.end()};
-}
+/// A record without a report.
+Bytes mark(double seconds) { return btsnoopRecord(3, stamp(seconds), hex("04 FF 00")); }
 
 /// The scenario that is written of a recording of these records.
 std::string scenarioOf(const Bytes& records, std::vector<std::string> options = {}) {
   options.insert(options.begin(), {"convert", "-", "-"});
-  const Outcome outcome = runCommand(options, capture(records));
+  const Outcome outcome = runCommand(options, recording(records));
   EXPECT_EQ(outcome.status, 0) << outcome.errors;
   return outcome.output;
 }
 
 /// A step of that device.
-std::string step(const std::string& at, const std::string& data) {
+std::string step(const std::string& at, const std::string& data, const char* type = "random",
+                 const char* more = "") {
   return std::string("{\"at\": ")
       .append(at)
-      .append(R"(, "advertise": {"address": "C6:55:44:33:22:11", "addressType": "random", )")
-      .append("\"data\": \"")
-      .append(data)
-      .append("\", \"rssi\": -60}}\n");
+      .append(R"(, "advertise": {"address": "C6:55:44:33:22:11", "addressType": ")")
+      .append(type)
+      .append("\", \"data\": \"" + data + "\"")
+      .append(more)
+      .append(", \"rssi\": -60}}\n");
 }
 
 TEST(Convert, KeepsTheDetectionsOfTheBundledRecording) {
@@ -56,33 +42,26 @@ TEST(Convert, KeepsTheDetectionsOfTheBundledRecording) {
 }
 
 TEST(Convert, WritesAStepForEachAdvertisementAndClock) {
-  const Bytes records = record(0, kMark) + report(0.25, hex("020106")) + report(0.25, {}, "04 00") +
-                        report(-3600, hex("00"));
+  const Bytes records =
+      mark(0) + heard(0.25, "020106") + heard(0.25, "", "04 00") + heard(-3600, "00");
   const std::string start = "# -: 3 advertisements from 2 devices in 0.2 s\n";
-  const std::string steps =
-      step("0.25", "020106") +
-      R"({"at": 0.25, "advertise": {"address": "C6:55:44:33:22:11", "addressType": "public", )" +
-      "\"data\": \"\", \"scanResponse\": true, \"rssi\": -60}}\n" +
-      "{\"at\": 0.25, \"clock\": 1699996400}\n" + step("0.25", "00");
+  const std::string steps = step("0.25", "020106") +
+                            step("0.25", "", "public", ", \"scanResponse\": true") +
+                            "{\"at\": 0.25, \"clock\": 1699996400}\n" + step("0.25", "00");
   EXPECT_EQ(scenarioOf(records), start + "{\"phone\": {\"clock\": 1700000000}}\n" + steps);
   EXPECT_EQ(scenarioOf(records, {"--generic", "--phone", "iphone"}),
             start + "{\"phone\": {\"withholdsBeacons\": true, \"clock\": 1700000000}}\n" +
                 "{\"at\": 0, \"listen\": true}\n{\"at\": 0, \"call\": \"startDetection\"}\n" +
                 steps + "{\"at\": 1.25, \"wait\": true}\n");
-  const std::string filtered =
-      scenarioOf(report(0, {}), {"--filter", std::string(kUuid) + "//7=a\"b", "--filter", kUuid});
-  EXPECT_NE(filtered.find(R"("startDetection", "arguments": {"filters": [{"uuid": )"
-                          R"("E2C56DB5-DFFB-48D2-B060-D0F5A71096E0", "minorId": 7, )"
-                          R"("identifier": "a\"b"}, {"uuid": )"
-                          R"("E2C56DB5-DFFB-48D2-B060-D0F5A71096E0"}]}})"),
-            std::string::npos)
-      << filtered;
+  const std::string uuid = kUuid;
+  EXPECT_TRUE(has(scenarioOf(heard(0, ""), {"--filter", uuid + "//7=a\"b", "--filter", uuid}),
+                  R"("startDetection", "arguments": {"filters": [{"uuid": ")" + uuid +
+                      R"(", "minorId": 7, "identifier": "a\"b"}, {"uuid": ")" + uuid + "\"}]}}"));
 }
 
 TEST(Convert, TakesThePartThatIsAskedFor) {
-  const Bytes records = report(0, hex("00")) + report(1, hex("01")) +
-                        report(1.5, hex("02"), "00 00") + report(2, hex("03")) +
-                        report(3, hex("04")) + record(10, kMark);
+  const Bytes records = heard(0, "00") + heard(1, "01") + heard(1.5, "02", "00 00") +
+                        heard(2, "03") + heard(3, "04") + mark(10);
   const auto part = [&](const std::vector<std::string>& options) {
     const std::string text = scenarioOf(records, options);
     return text.substr(text.find("{\"phone\""));
@@ -90,9 +69,7 @@ TEST(Convert, TakesThePartThatIsAskedFor) {
   const std::string atOne = "{\"phone\": {\"clock\": 1700000001}}\n";
   EXPECT_EQ(part({"--from", "1", "--for", "2", "--device", "66:55:44:33:22:11", "--device",
                   "c6:55:44:33:22:11"}),
-            atOne + step("0", "01") +
-                R"({"at": 0.5, "advertise": {"address": "C6:55:44:33:22:11", "addressType": )" +
-                "\"public\", \"data\": \"02\", \"rssi\": -60}}\n" + step("1", "03") +
+            atOne + step("0", "01") + step("0.5", "02", "public") + step("1", "03") +
                 "{\"at\": 2, \"wait\": true}\n");
   EXPECT_EQ(part({"--from", "3"}), "{\"phone\": {\"clock\": 1700000003}}\n" + step("0", "04") +
                                        "{\"at\": 7, \"wait\": true}\n");
@@ -103,13 +80,11 @@ TEST(Convert, TakesThePartThatIsAskedFor) {
 }
 
 TEST(Convert, MakesDevicesAnonymousButNotTheirDetections) {
-  const auto maker = [](const char* digits) { return withLength(hex("FF") + hex(digits)); };
-  const auto named = [](const char* name) { return withLength(hex("09") + text(name)); };
   const std::string frame = "4C000215E2C56DB5DFFB48D2B060D0F5A71096E000010002C5";
   const Bytes records =
-      report(0, hex("020106 020AF4 03030102 0001")) + report(1, named("Ann's BEACON")) +
-      report(2, maker("59000102")) + report(3, maker("59000103")) + report(4, maker("59000102")) +
-      report(5, named("Bob") + maker((frame + "0102").c_str())) + report(6, hex("05FF5900"));
+      heard(0, "020106 020AF4 03030102 0001") + report(1, "11", named("Ann's BEACON")) +
+      heard(2, "05FF59000102") + heard(3, "05FF59000103") + heard(4, "05FF59000102") +
+      report(5, "11", named("Bob") + maker(frame + "0102")) + heard(6, "05FF5900");
   const std::string text = scenarioOf(records, {"--anonymize"});
   expectFaithfulConversions(btsnoop(1002, records));
   EXPECT_EQ(text.find("# an anonymized recording: 7 advertisements from 1 device in 6.0 s\n"), 0U);
@@ -117,17 +92,12 @@ TEST(Convert, MakesDevicesAnonymousButNotTheirDetections) {
   EXPECT_NE(address, "C6:55:44:33:22:11");
   EXPECT_NE(std::string("CDEF").find(address.front()), std::string::npos) << address;
   std::size_t place = 0;
-  for (const std::string& data : std::vector<std::string>{
-           "020106020AF4030300000000", "1009" + toHex(nimbrel::text("Device 1 beacon")),
-           "05FF59000000", "05FF59000001", "05FF59000000",
-           std::string("0909")
-               .append(toHex(nimbrel::text("Device 2")))
-               .append("1CFF")
-               .append(frame)
-               .append("0000"),
-           "00000000"}) {
-    place = text.find(address + "\", \"addressType\": \"random\", \"data\": \"" + data, place);
-    EXPECT_NE(place, std::string::npos) << data << "\n" << text;
+  for (const Bytes& data : {hex("020106020AF4030300000000"), named("Device 1 beacon"),
+                            hex("05FF59000000"), hex("05FF59000001"), hex("05FF59000000"),
+                            named("Device 2") + maker(frame + "0000"), hex("00000000")}) {
+    place =
+        text.find(address + "\", \"addressType\": \"random\", \"data\": \"" + toHex(data), place);
+    EXPECT_NE(place, std::string::npos) << toHex(data) << "\n" << text;
   }
 }
 
@@ -158,7 +128,7 @@ TEST(Convert, PutsTheAirOfAScenarioIntoACapture) {
 }
 
 TEST(Convert, SaysWhatItCannotDo) {
-  const TemporaryFile walk(capture(report(0, {})));
+  const TemporaryFile walk(recording(heard(0, "")));
   const TemporaryFile play("{\"at\": 0, \"wait\": true}\n");
   const TemporaryFile wrong("\n{\"at\": 0, \"weit\": true}\n");
   const TemporaryFile far("{\"phone\": {\"clock\": 9e12}}\n");

@@ -1,22 +1,13 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
-#include <chrono>
 #include <csignal>
 #include <filesystem>
-#include <initializer_list>
-#include <optional>
-#include <string>
-#include <string_view>
-#include <system_error>
-#include <vector>
 
 #include "host/cli/ExplainOptions.hpp"
 #include "host/cli/ExplainSession.hpp"
@@ -31,14 +22,21 @@
 namespace nimbrel::testing_support {
 namespace {
 
+using namespace std::chrono_literals;
+
+/// Device 1, which is a beacon.
+const FakeBluez::Device kBeacon{
+    "C4:1D:83:5A:07:E2",
+    -60,
+    {{0x004C, hex("0215 E2C56DB5DFFB48D2B060D0F5A71096E0 0001 0007 C5")}}};
+
 /// The command on a machine with one adapter, and beacons that are there once a discovery runs.
 class LiveCommand : public testing::Test {
  protected:
   LiveCommand() {
     bluez->addAdapter("hci0");
     bluez->whenDiscovering([this] {
-      const Bytes frame = hex("0215 E2C56DB5DFFB48D2B060D0F5A71096E0 0001 0007 C5");
-      bluez->addDevice("hci0/dev_1", {"C4:1D:83:5A:07:E2", -60, {{0x004C, frame}}});
+      bluez->addDevice("hci0/dev_1", kBeacon);
       bluez->addDevice("hci0/dev_2", {"C4:1D:83:5A:07:E3", -70, {{0x0059, Bytes(200, 0x2A)}}});
     });
   }
@@ -61,34 +59,22 @@ class LiveScanInTime : public LiveCommand {
 
   template <typename SessionOfCommand, typename Options>
   std::string runAs(const Options& chosen) {
-    const int messages = memfd_create("messages", MFD_CLOEXEC);
-    const int detected = memfd_create("detections", MFD_CLOEXEC);
-    Output errors(messages);
-    Output output(detected);
+    Output errors(Output::kInMemory);
+    Output output(Output::kInMemory);
     SessionOfCommand session(chosen, queue, output, errors);
     status = LiveScan(chosen, queue, session, [this] {
-               return MainQueue::Time(std::chrono::hours(1000)) + step + queue.now() + queue.lag();
+               return MainQueue::Time(1000h) + step + queue.now() + queue.lag();
              }).run();
-    detections = contentOf(detected);
-    const std::string text = contentOf(messages);
+    detections = output.buffer();
+    const std::string text = errors.buffer();
     return text.substr(0, text.rfind('\n', text.find(" advertisement")) + 1);
-  }
-
-  static std::string contentOf(int file) {
-    std::string text(1 << 20, '\0');
-    text.resize(static_cast<std::size_t>(pread(file, text.data(), text.size(), 0)));
-    close(file);
-    return text;
   }
 
   /// Device 1 alone is heard, at these times.
   void hearAt(std::initializer_list<int> seconds) {
     bluez->whenDiscovering([] {});
     for (const int second : seconds) {
-      queue.at(std::chrono::seconds(second), [this] {
-        const Bytes frame = hex("0215 E2C56DB5DFFB48D2B060D0F5A71096E0 0001 0007 C5");
-        bluez->addDevice("hci0/dev_1", {"C4:1D:83:5A:07:E2", -60, {{0x004C, frame}}});
-      });
+      queue.at(std::chrono::seconds(second), [this] { bluez->addDevice("hci0/dev_1", kBeacon); });
     }
   }
 
@@ -103,9 +89,9 @@ class LiveScanInTime : public LiveCommand {
 TEST_F(LiveScanInTime, RecordsWhatItHearsSoThatItCanBeScannedAgain) {
   options.recording = file.path();
   options.force = true;
-  run(std::chrono::milliseconds(300));
+  run(300ms);
   EXPECT_EQ(status, 0);
-  EXPECT_NE(detections.find(R"("majorId":1,"minorId":7)"), std::string::npos) << detections;
+  EXPECT_TRUE(has(detections, R"("majorId":1,"minorId":7)"));
   const Outcome again = runCommand({"scan", file.path(), "--json", "--quiet"});
   EXPECT_EQ(again.output, detections);
   EXPECT_EQ(again.errors.find("2 advertisements from 2 devices"), 0U) << again.errors;
@@ -115,12 +101,10 @@ TEST_F(LiveScanInTime, RangesInFilterModeAndShowsATableInTheEnd) {
   options.json = false;
   options.table = true;
   options.filters = {parseFilter("E2C56DB5-DFFB-48D2-B060-D0F5A71096E0//7=Desk")};
-  run(std::chrono::milliseconds(1200));
+  run(1200ms);
   EXPECT_EQ(status, 0);
-  EXPECT_NE(
-      detections.find("\nDesk                      1/7            -60    -60    1.14 m  near "),
-      std::string::npos)
-      << detections;
+  EXPECT_TRUE(
+      has(detections, "\nDesk                      1/7            -60    -60    1.14 m  near "));
 }
 
 TEST_F(LiveScanInTime, ExplainsWhatItHearsAsItExplainsItsRecording) {
@@ -128,7 +112,7 @@ TEST_F(LiveScanInTime, ExplainsWhatItHearsAsItExplainsItsRecording) {
   ExplainOptions chosen;
   chosen.live = chosen.json = chosen.quiet = chosen.force = true;
   chosen.recording = file.path();
-  chosen.duration = std::chrono::milliseconds(300);
+  chosen.duration = 300ms;
   chosen.filters.push_back(parseFilter(wrong));
   EXPECT_EQ(runAs<ExplainSession>(chosen), "");
   EXPECT_EQ(status, 0);
@@ -138,22 +122,22 @@ TEST_F(LiveScanInTime, ExplainsWhatItHearsAsItExplainsItsRecording) {
   EXPECT_EQ(std::ranges::count(devices(detections), '\n'), 2) << detections;
   EXPECT_EQ(devices(detections),
             devices(runCommand({"explain", file.path(), "--json", "--filter", wrong}).output));
-  EXPECT_NE(detections.find("digit 32 of 32"), std::string::npos) << detections;
+  EXPECT_TRUE(has(detections, "digit 32 of 32"));
 }
 
 TEST_F(LiveScanInTime, ReportsWhatItHears) {
   ReportOptions reported;
   reported.live = reported.json = reported.quiet = true;
-  reported.duration = std::chrono::seconds(3);
+  reported.duration = 3s;
   runAs<ReportSession>(reported);
   EXPECT_EQ(status, 0);
-  EXPECT_NE(detections.find(R"("headline":"2 devices, 1 beacon)"), std::string::npos) << detections;
-  EXPECT_NE(detections.find(R"("kind":"live")"), std::string::npos) << detections;
+  EXPECT_TRUE(has(detections, R"("headline":"2 devices, 1 beacon)"));
+  EXPECT_TRUE(has(detections, R"("kind":"live")"));
 }
 
 TEST_F(LiveScanInTime, SaysOnceThatNothingWasHeardForAMinute) {
   hearAt({});
-  EXPECT_EQ(run(std::chrono::seconds(70)),
+  EXPECT_EQ(run(70s),
             listening +
                 "nimbrel: hci0: nothing was heard for a minute; is a beacon on and near, and the "
                 "antenna free?\n");
@@ -162,13 +146,12 @@ TEST_F(LiveScanInTime, SaysOnceThatNothingWasHeardForAMinute) {
 
 TEST_F(LiveScanInTime, FollowsTheClockAndStartsOverWhenThatIsSet) {
   hearAt({5, 25});
-  queue.at(std::chrono::seconds(15), [this] { step = -std::chrono::hours(1); });
-  queue.at(std::chrono::seconds(30), [this] { step += std::chrono::milliseconds(1900); });
-  queue.at(std::chrono::seconds(33), [this] { step += std::chrono::seconds(2); });
-  EXPECT_EQ(run(std::chrono::seconds(40)),
-            listening +
-                "nimbrel: the clock was set back by 3600 s; detection starts over\n"
-                "nimbrel: the clock was set forward by 2 s; detection starts over\n");
+  queue.at(15s, [this] { step = -1h; });
+  queue.at(30s, [this] { step += 1900ms; });
+  queue.at(33s, [this] { step += 2s; });
+  EXPECT_EQ(run(40s), listening +
+                          "nimbrel: the clock was set back by 3600 s; detection starts over\n"
+                          "nimbrel: the clock was set forward by 2 s; detection starts over\n");
   const auto second = detections.find('\n') + 1;
   EXPECT_EQ(detections.find(R"({"ts":36000)"), 0U) << detections;
   EXPECT_EQ(detections.find(R"({"ts":35964)", second), second) << detections;
@@ -180,15 +163,12 @@ TEST_F(LiveScanInTime, GoesOnWithoutARecordingThatCannot) {
   ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
   const int reader = open(pipe.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
   hearAt({5, 20});
-  queue.at(std::chrono::seconds(10), [=] { close(reader); });
+  queue.at(10s, [=] { close(reader); });
   options.recording = pipe;
   options.force = true;
-  const std::string messages = run(std::chrono::seconds(30));
-  EXPECT_NE(
-      messages.find("nimbrel: " + pipe +
-                    ": the recording cannot go on: Broken pipe; the scan goes on without it\n"),
-      std::string::npos)
-      << messages;
+  EXPECT_TRUE(has(run(30s), "nimbrel: " + pipe +
+                                ": the recording cannot go on: Broken pipe; the "
+                                "scan goes on without it\n"));
   EXPECT_EQ(status, 1);
   EXPECT_EQ(std::ranges::count(detections, '\n'), 2);
   std::filesystem::remove(pipe);
@@ -197,11 +177,7 @@ TEST_F(LiveScanInTime, GoesOnWithoutARecordingThatCannot) {
 /// A report that takes 48 bytes of a recording, which begins with 16 bytes of its own.
 Advertisement report(int second) {
   static const Bytes data(9, 0x2A);
-  return {.time = std::chrono::seconds(second),
-          .address = {},
-          .rssi = -60,
-          .isScanResponse = false,
-          .data = data};
+  return {std::chrono::seconds(second), {}, -60, false, data};
 }
 
 TEST(Recording, GoesOnInANewFileAtASizeOrAnAge) {
@@ -244,10 +220,10 @@ TEST(Rotation, ReadsSizesAndAges) {
   EXPECT_EQ(Rotation::parse("1.5k").bytes, 1500U);
   EXPECT_EQ(Rotation::parse("100M").bytes, 100'000'000U);
   EXPECT_EQ(Rotation::parse("2G").bytes, 2'000'000'000U);
-  EXPECT_EQ(Rotation::parse("90s").age, std::chrono::seconds(90));
-  EXPECT_EQ(Rotation::parse("30min").age, std::chrono::minutes(30));
-  EXPECT_EQ(Rotation::parse("24h").age, std::chrono::hours(24));
-  EXPECT_EQ(Rotation::parse("7d").age, std::chrono::hours(168));
+  EXPECT_EQ(Rotation::parse("90s").age, 90s);
+  EXPECT_EQ(Rotation::parse("30min").age, 30min);
+  EXPECT_EQ(Rotation::parse("24h").age, 24h);
+  EXPECT_EQ(Rotation::parse("7d").age, 168h);
   EXPECT_FALSE(Rotation::parse("7d").bytes.has_value());
   for (const char* wrong : {"", "100", "M", "5m", "0h", "-1h", "1e9d", "1h "}) {
     EXPECT_THROW(Rotation::parse(wrong), UsageError) << wrong;
@@ -257,36 +233,34 @@ TEST(Rotation, ReadsSizesAndAges) {
 TEST_F(LiveCommand, SaysWhatIsWrongAndWhatToDo) {
   struct {
     std::vector<std::string> options;
-    std::function<void()> before;
     std::string expected;
+    std::function<void()> before = [] {};
   } cases[] = {
       {{"--record", file.path()},
-       [] {},
        file.path() + ": is there already; name another file, or give --force to replace it"},
       {{"--record", "/nowhere/at/all"},
-       [] {},
        "/nowhere/at/all: cannot be written: No such file or directory; name a file that can"},
-      {{"--adapter", "hci7"}, [] {}, "hci7: no such adapter; there are: hci0"},
+      {{"--adapter", "hci7"}, "hci7: no such adapter; there are: hci0"},
       {{},
-       [this] { bluez->refuse({"org.bluez.Error.Failed"}); },
-       "hci0: cannot scan: refused; restart BlueZ (sudo systemctl restart bluetooth)"},
+       "hci0: cannot scan: refused; restart BlueZ (sudo systemctl restart bluetooth)",
+       [this] { bluez->refuse({"org.bluez.Error.Failed"}); }},
       {{},
-       [this] { bluez->removeAdapter("hci0"), bluez->addAdapter("hci0", false); },
-       "hci0: is switched off; switch it on (bluetoothctl power on)"},
+       "hci0: is switched off; switch it on (bluetoothctl power on)",
+       [this] { bluez->removeAdapter("hci0"), bluez->addAdapter("hci0", false); }},
       {{},
-       [this] { bluez->removeAdapter("hci0"); },
        "Bluetooth: no adapter is there; plug one in, or see whether the kernel has its driver and "
-       "firmware (dmesg | grep -i bluetooth)"},
+       "firmware (dmesg | grep -i bluetooth)",
+       [this] { bluez->removeAdapter("hci0"); }},
       {{},
-       [this] { bluez.reset(); },
        "bluetoothd: does not answer: The name org.bluez was not provided by any .service files; "
-       "install BlueZ (sudo apt install bluez) and start it (sudo systemctl start bluetooth)"},
+       "install BlueZ (sudo apt install bluez) and start it (sudo systemctl start bluetooth)",
+       [this] { bluez.reset(); }},
       {{},
-       [this] { bus.stop(); },
        "the system bus: cannot be reached: Failed to open bus (Connection refused); start it (sudo "
-       "systemctl start dbus)"},
+       "systemctl start dbus)",
+       [this] { bus.stop(); }},
   };
-  for (auto& [options, before, expected] : cases) {
+  for (auto& [options, expected, before] : cases) {
     before();
     options.insert(options.begin(), {"scan", "--live"});
     const Outcome outcome = runCommand(options);
@@ -317,8 +291,8 @@ TEST_F(LiveCommand, IsTheAirOfADesk) {
        transcript.append(piece.data(), static_cast<std::size_t>(size))) {
     size = std::max<ssize_t>(read(output[0], piece.data(), piece.size()), 0);
   }
-  EXPECT_NE(transcript.find("\"done\":2"), std::string::npos) << transcript;
-  EXPECT_NE(transcript.find("\"majorId\":1,\"minorId\":7"), std::string::npos) << transcript;
+  EXPECT_TRUE(has(transcript, "\"done\":2"));
+  EXPECT_TRUE(has(transcript, "\"majorId\":1,\"minorId\":7"));
   close(input[1]);
   int status = -1;
   waitpid(desk, &status, 0);

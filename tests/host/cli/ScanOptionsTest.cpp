@@ -85,15 +85,7 @@ TEST(ScanOptions, RefuseWhatCannotBeUsedAndSayWhatToGive) {
 }
 
 TEST(ScanOptions, TakeTheLastOfRepeatedValuesAndAllFilters) {
-  const ScanOptions options = parse({
-      "--for",
-      "1",
-      "--filter",
-      kUuid,
-      "--speed=3",
-      "--",
-      "-a",
-  });
+  const ScanOptions options = parse({"--for", "1", "--filter", kUuid, "--speed=3", "--", "-a"});
   EXPECT_EQ(options.captures, std::vector<std::string>{"-a"});
   EXPECT_EQ(options.speed, 3.0);
   const ScanOptions later = parse({"--for", "1", "--for=1.5", "--filter", kUuid, "-", "--filter",

@@ -4,57 +4,32 @@
 
 #include <algorithm>
 #include <array>
-#include <nlohmann/json.hpp>
-#include <sstream>
 
-#include "tests/host/air/Bytes.hpp"
-#include "tests/support/Command.hpp"
 #include "tests/support/Conversions.hpp"
+#include "tests/support/Reports.hpp"
 
 namespace nimbrel::testing_support {
 namespace {
 
-using Json = nlohmann::json;
-
-constexpr std::uint64_t kSecond = 1'000'000;
-constexpr const char* kUuid = "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0";
-
-/// Seconds since 2023-11-14 22:13:20 as a btsnoop time stamp, which counts microseconds from the
-/// year 0.
-std::uint64_t stamp(double seconds) {
-  return 0x00DCDDB30F2F8000U + 1'700'000'000 * kSecond +
-         static_cast<std::uint64_t>(static_cast<std::int64_t>(seconds * 1e6));
-}
-
 /// One legacy report of an iBeacon with that minor, from a device of its own.
-Bytes beaconReport(double seconds, std::uint8_t minor, std::int8_t rssi = -60) {
-  const Bytes data = withLength(hex("FF 4C00 0215 E2C56DB5DFFB48D2B060D0F5A71096E0 0001 00") +
-                                Bytes{minor} + hex("C5"));
-  const Bytes report = hex("02 01 00 01") + Bytes{minor} + hex("22334455C6") + withLength(data) +
-                       Bytes{static_cast<std::uint8_t>(rssi)};
-  return btsnoopRecord(3, stamp(seconds), hex("04") + event(report));
+Bytes beaconReport(double seconds, std::uint8_t minor, int rssi = -60) {
+  const std::string digits = toHex(Bytes{minor});
+  return report(seconds, digits.c_str(), iBeacon("000100" + digits), rssi);
 }
 
-std::string capture(const Bytes& records) {
-  const Bytes file = btsnoop(1002, records);
-  return {file.begin(), file.end()};
-}
+/// Nothing is advertised in it.
+std::string silence() { return recording(btsnoopRecord(2, stamp(0), hex("01 030C00"))); }
 
 class Scan : public ::testing::Test {
  protected:
   /// Scans these records with --json --quiet and the options given.
   std::vector<Json> detections(const Bytes& records, std::vector<std::string> options = {}) {
-    const TemporaryFile file(capture(records));
+    const TemporaryFile file(recording(records));
     expectFaithfulConversions(btsnoop(1002, records));
     options.insert(options.begin(), {"scan", file.path(), "--json", "--quiet"});
     outcome = runCommand(options);
     EXPECT_EQ(outcome.status, 0) << outcome.errors;
-    std::vector<Json> events;
-    std::istringstream lines(outcome.output);
-    for (std::string line; std::getline(lines, line);) {
-      events.push_back(Json::parse(line));
-    }
-    return events;
+    return jsonLines(outcome.output);
   }
 
   static std::vector<std::int64_t> timesOf(const std::vector<Json>& events) {
@@ -119,17 +94,16 @@ TEST_F(Scan, StopsAfterTheTimeAskedFor) {
 TEST_F(Scan, UsesACutCaptureUpToTheCutAndSaysWhere) {
   const Bytes records = beaconReport(0, 1) + beaconReport(1, 2);
   EXPECT_EQ(detections({records.begin(), records.end() - 3}).size(), 1U);
-  EXPECT_NE(outcome.errors.find("byte 82"), std::string::npos) << outcome.errors;
+  EXPECT_TRUE(has(outcome.errors, "byte 82"));
 }
 
 TEST_F(Scan, PlaysSeveralRecordingsAsOneInTheOrderOfTheirTimes) {
-  const TemporaryFile later(capture(beaconReport(1, 1) + beaconReport(3, 2)));
-  const TemporaryFile silent(capture(btsnoopRecord(2, stamp(0), hex("01 030C00"))));
+  const TemporaryFile later(recording(beaconReport(1, 1) + beaconReport(3, 2)));
+  const TemporaryFile silent(silence());
   const auto events = detections(beaconReport(0, 3) + beaconReport(2, 4) + beaconReport(4, 5),
                                  {later.path(), silent.path()});
   EXPECT_EQ(timesOf(events), (std::vector<std::int64_t>{0, 1000, 2000, 3000, 4000}));
-  EXPECT_NE(outcome.errors.find(silent.path() + ": holds no Bluetooth LE adver"),
-            std::string::npos);
+  EXPECT_TRUE(has(outcome.errors, silent.path() + ": holds no Bluetooth LE adver"));
 }
 
 TEST_F(Scan, CountsPacketsWithAWrongChecksum) {
@@ -144,14 +118,12 @@ TEST_F(Scan, CountsPacketsWithAWrongChecksum) {
 }
 
 TEST_F(Scan, PrintsDiagnosticsAsOnThePhoneAndWithJsonToTheErrors) {
-  const TemporaryFile file(capture(beaconReport(0, 7)));
+  const TemporaryFile file(recording(beaconReport(0, 7)));
   const Outcome lines = runCommand({"scan", file.path()});
   EXPECT_EQ(lines.output.substr(0, lines.output.find('\n')), "✅ Bluetooth is on and ready");
-  EXPECT_NE(lines.output.find(
-                "\n22:13:20.000  E2C56DB5-DFFB-48D2-B060-D0F5A71096E0  1/7           -60 dBm"
-                "     1.14 m  near\n"),
-            std::string::npos)
-      << lines.output;
+  EXPECT_TRUE(has(lines.output,
+                  "\n22:13:20.000  E2C56DB5-DFFB-48D2-B060-D0F5A71096E0  1/7"
+                  "           -60 dBm     1.14 m  near\n"));
   EXPECT_EQ(lines.errors.find("nimbrel: times are in UTC, from 2023-11-14 on\n"), 0U);
   const Outcome json = runCommand({"scan", file.path(), "--json"});
   EXPECT_EQ(json.output.front(), '{');
@@ -159,31 +131,17 @@ TEST_F(Scan, PrintsDiagnosticsAsOnThePhoneAndWithJsonToTheErrors) {
 }
 
 TEST_F(Scan, KeepsNamesFromSteeringTheTerminal) {
-  const Bytes name = hex("05 09 411B5B42");
-  const Bytes company = hex("05 FF 59000102");
-  const Bytes data = withLength(name + company);
-  const TemporaryFile file(capture(btsnoopRecord(
-      3, stamp(0), hex("04") + event(hex("02 01 00 00 112233445566") + data + hex("C4")))));
-  const Outcome lines = runCommand({"scan", file.path()});
-  EXPECT_NE(lines.output.find("   - Device: A\\x1B[B\n"), std::string::npos) << lines.output;
+  const Outcome lines = runOver(report(0, "01", named("A\x1B[B") + maker("59000102")), {}, "scan");
+  EXPECT_TRUE(has(lines.output, "   - Device: A\\x1B[B\n"));
   EXPECT_EQ(lines.output.find('\x1B'), std::string::npos);
 }
-
-struct Refusal {
-  std::vector<std::string> arguments;
-  std::string message;
-};
 
 TEST(BadInput, IsRefusedWithOneLineAndNothingOnTheOutput) {
   const TemporaryFile empty("");
   const TemporaryFile unknown("certainly no capture of any known kind");
-  const TemporaryFile silent(capture(btsnoopRecord(2, stamp(0), hex("01 030C00"))));
-  const TemporaryFile serial([] {
-    const Bytes file = btsnoop(1003, {});
-    return std::string(file.begin(), file.end());
-  }());
+  const TemporaryFile silent(silence());
   const TemporaryFile play("{\"call\": 1}\n");
-  const std::vector<Refusal> cases = {
+  const std::pair<std::vector<std::string>, std::string> cases[] = {
       {{}, "nimbrel: no command given"},
       {{"fly"}, "nimbrel: unknown command 'fly'"},
       {{"scan", "/nowhere/a.btsnoop"}, "nimbrel: /nowhere/a.btsnoop: "},
@@ -191,7 +149,6 @@ TEST(BadInput, IsRefusedWithOneLineAndNothingOnTheOutput) {
       {{"scan", empty.path()}, "nimbrel: " + empty.path() + ": is empty"},
       {{"scan", unknown.path()}, "nimbrel: " + unknown.path() + ": "},
       {{"scan", silent.path()}, "nimbrel: " + silent.path() + ": holds no Bluetooth LE adver"},
-      {{"scan", serial.path()}, "nimbrel: " + serial.path() + ": "},
       {{"simulate", "/nowhere/a.jsonl"}, "nimbrel: /nowhere/a.jsonl: "},
       {{"simulate", "/"}, "nimbrel: /: is a directory"},
       {{"simulate", play.path(), "--expect", "/nowhere"}, play.path() + ":1: "},
@@ -202,11 +159,12 @@ TEST(BadInput, IsRefusedWithOneLineAndNothingOnTheOutput) {
       {{"scan", "-"}, "nimbrel: -: is empty"},
       {{"simulate", play.path()}, play.path() + ":1: \"call\" is not a text"},
   };
-  for (const Refusal& refusal : cases) {
-    const Outcome outcome = runCommand(refusal.arguments);
-    EXPECT_EQ(outcome.status, 2) << refusal.message;
-    EXPECT_EQ(outcome.output, "") << refusal.message;
-    EXPECT_EQ(outcome.errors.substr(0, refusal.message.size()), refusal.message);
+  for (const auto& [arguments, message] : cases) {
+    SCOPED_TRACE(message);
+    const Outcome outcome = runCommand(arguments);
+    EXPECT_EQ(outcome.status, 2);
+    EXPECT_EQ(outcome.output, "");
+    EXPECT_EQ(outcome.errors.substr(0, message.size()), message);
     EXPECT_EQ(std::count(outcome.errors.begin(), outcome.errors.end(), '\n'), 1) << outcome.errors;
   }
 }
@@ -224,32 +182,26 @@ TEST(Command, ComparesATranscriptWithTheOneThatIsExpected) {
   const TemporaryFile play("{\"call\": \"checkPermissionStatus\"}\n");
   const std::string transcript = runCommand({"simulate", play.path()}).output;
   const TemporaryFile expected(transcript);
-  const std::vector<std::string> line{"simulate", play.path(), "--expect"};
-  const Outcome same = runCommand({line[0], line[1], line[2], expected.path()});
+  const Outcome same = runCommand({"simulate", play.path(), "--expect", expected.path()});
   EXPECT_EQ(same.status, 0) << same.errors;
   EXPECT_EQ(same.output, "");
-  const Outcome other = runCommand({line[0], line[1], line[2], "-"}, "{\"at\": 7}\n" + transcript);
+  const Outcome other =
+      runCommand({"simulate", play.path(), "--expect", "-"}, "{\"at\": 7}\n" + transcript);
   EXPECT_EQ(other.status, 1);
   EXPECT_EQ(other.output.find("-:1: the transcript differs\n  expected: {\"at\": 7}\n"), 0U);
-}
-
-TEST(Command, ScansACaptureFromTheStandardInput) {
-  const Outcome outcome =
-      runCommand({"scan", "-", "--json", "--quiet"}, capture(beaconReport(0, 7)));
-  EXPECT_EQ(outcome.errors.find("1 advertisement from 1 device"), 0U) << outcome.errors;
 }
 
 TEST(Command, HelpsInEveryWayInWhichPeopleAsk) {
   const std::string scan = runCommand({"scan", "--help"}).output;
   EXPECT_EQ(scan.find("nimbrel scan: "), 0U);
-  EXPECT_NE(scan.find("\n  --filter UUID[/MAJOR[/MINOR]][=LABEL]\n"
-                      "                    filter mode; may be repeated;"),
-            std::string::npos);
-  EXPECT_NE(scan.find("\n  --quiet           no diagnostic lines\n"), std::string::npos);
+  EXPECT_TRUE(has(scan,
+                  "\n  --filter UUID[/MAJOR[/MINOR]][=LABEL]\n"
+                  "                    filter mode; may be repeated;"));
+  EXPECT_TRUE(has(scan, "\n  --quiet           no diagnostic lines\n"));
   EXPECT_EQ(runCommand({"help", "scan"}).output, scan);
   EXPECT_EQ(runCommand({"scan", "-h", "--live", "a"}).output, scan);
   const std::string all = runCommand({"--help"}).output;
-  EXPECT_NE(all.find("\n  simulate  play "), std::string::npos) << all;
+  EXPECT_TRUE(has(all, "\n  simulate  play "));
   EXPECT_EQ(runCommand({"help"}).output, all);
   EXPECT_EQ(runCommand({"-V"}).output, runCommand({"--version"}).output);
   EXPECT_EQ(runCommand({"-V"}).output.find("nimbrel 0."), 0U);
@@ -277,7 +229,7 @@ TEST(Command, EndsQuietlyWhenItsReaderHasHadEnoughAndLoudlyWhenTheDiskIsFull) {
   const Outcome failed = runCommandTo(full, {"scan"});
   close(full);
   EXPECT_EQ(failed.status, 1);
-  EXPECT_NE(failed.errors.find("nimbrel: the output cannot be written"), std::string::npos);
+  EXPECT_TRUE(has(failed.errors, "nimbrel: the output cannot be written"));
 }
 
 }  // namespace

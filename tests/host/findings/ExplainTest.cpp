@@ -1,15 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <nlohmann/json.hpp>
-#include <sstream>
-
-#include "tests/host/findings/Reports.hpp"
 #include "tests/support/Conversions.hpp"
+#include "tests/support/Reports.hpp"
 
 namespace nimbrel::testing_support {
 namespace {
-
-using Json = nlohmann::json;
 
 /// Reports of one payload, all of the same strength.
 Bytes often(const Bytes& data, const std::vector<double>& times, int rssi) {
@@ -29,11 +24,7 @@ class Explain : public ::testing::Test {
     const Outcome outcome = runOver(records, std::move(options), "explain");
     EXPECT_EQ(outcome.status, 0);
     EXPECT_EQ(outcome.errors, "");
-    devices.clear();
-    std::istringstream lines(outcome.output);
-    for (std::string line; std::getline(lines, line);) {
-      devices.push_back(Json::parse(line));
-    }
+    devices = jsonLines(outcome.output);
     ASSERT_FALSE(devices.empty());
     run = devices.back()["run"];
     devices.pop_back();
@@ -71,12 +62,11 @@ TEST_F(Explain, GivesEveryAdvertisementOfGenericModeItsFate) {
 }
 
 TEST_F(Explain, GivesEveryAdvertisementOfFilterModeItsFate) {
-  explain(report(0, "01", iBeacon("00010002"), -60) + report(0.5, "01", iBeacon("00010002"), -64) +
-              report(0.6, "02", iBeacon("00010002")) + report(0.7, "02", iBeacon("00020001")) +
+  explain(report(0, "01", iBeacon(), -60) + report(0.5, "01", iBeacon(), -64) +
+              report(0.6, "02", iBeacon()) + report(0.7, "02", iBeacon("00020001")) +
               report(0.8, "03", iBeacon("00010002", kOtherDigits)) +
               report(0.9, "04", named("Lamp")) + report(1.1, "05", maker("590001")) +
-              report(1.2, "05", iBeacon("00010002"), -60, kScanResponse) +
-              report(3.5, "04", named("Lamp")),
+              report(1.2, "05", iBeacon(), -60, kScanResponse) + report(3.5, "04", named("Lamp")),
           {"--filter", std::string(kUuid) + "/1=Desk", "--filter", std::string(kUuid) + "/1/2"});
   EXPECT_EQ(fates(), R"({"ranged":2} {"ranged":1,"refused":1} {"otherUuid":1} {"noIBeacon":2})"
                      R"( {"noIBeacon":1,"withheld":1})");
@@ -92,8 +82,7 @@ TEST_F(Explain, GivesEveryAdvertisementOfFilterModeItsFate) {
 }
 
 TEST_F(Explain, ShowsADeviceAsItWas) {
-  explain(report(0.5, "01", iBeacon("00010002"), -60) +
-          report(0.6, "01", iBeacon("00010002"), 127) +
+  explain(report(0.5, "01", iBeacon(), -60) + report(0.6, "01", iBeacon(), 127) +
           report(1.75, "01", named("Desk"), -65, kScanResponse) +
           report(2, "01", altBeacon(), -70) + report(2.5, "02", named("Lamp"), 127));
   const Json& device = devices.at(0);
@@ -119,12 +108,12 @@ TEST_F(Explain, ShowsADeviceAsItWas) {
 
 TEST_F(Explain, WithholdsBeaconsAsAnIPhoneWhereAsked) {
   const Bytes records =
-      report(0, "01", iBeacon("00010002")) + report(0.1, "01", named("Desk"), -60, kScanResponse);
+      report(0, "01", iBeacon()) + report(0.1, "01", named("Desk"), -60, kScanResponse);
   explain(records);
-  EXPECT_NE(said().find("An iPhone withholds iBeacon frames"), std::string::npos) << said();
+  EXPECT_TRUE(has(said(), "An iPhone withholds iBeacon frames"));
   explain(records, {"--phone", "iphone"});
   EXPECT_EQ(fates(), R"({"notAdmitted":1,"withheld":1})");
-  EXPECT_NE(said().find("--filter E2C56DB5-DFFB-48D2-B060-D0F5A71096E0/1/2"), std::string::npos);
+  EXPECT_TRUE(has(said(), "--filter E2C56DB5-DFFB-48D2-B060-D0F5A71096E0/1/2"));
   EXPECT_EQ(devices[0]["iphone"].size(), 0U);
 }
 
@@ -138,111 +127,92 @@ std::vector<std::string> manyFilters() {
   return options;
 }
 
-struct Why {
-  Bytes records;
-  std::vector<std::string> options;
-  std::vector<std::string> expected;
-};
+/// A recording, and the options with which it is explained.
+using Recorded = std::pair<Bytes, std::vector<std::string>>;
+
+/// One report.
+Recorded once(const Bytes& data, const std::vector<std::string>& options = {}) {
+  return {report(0, "01", data), options};
+}
 
 TEST_F(Explain, SaysWhyAndWhatToChange) {
   const std::vector<std::string> filter = {"--filter", kUuid};
   const std::vector<std::string> numbers = {"--filter", std::string(kUuid) + "/1/2"};
-  const std::vector<Why> cases = {
+  const std::pair<Recorded, std::vector<std::string>> cases[] = {
       // The device has nothing that generic mode asks for.
-      {report(0, "01", named("Lamp")),
-       {},
+      {once(named("Lamp")),
        {"no manufacturer data, and its name, \\\"Lamp\\\", has none of the words beacon, estimote, "
         "kontakt or gimbal",
         "Nothing was detected", "heard once only"}},
-      {report(0, "01", hex("020106")), {}, {"no manufacturer data, and it has no name"}},
-      {report(0, "01", named("Lamp")) + report(5, "01", named("Lamp") + maker("590001")),
-       {},
+      {once(hex("020106")), {"no manufacturer data, and it has no name"}},
+      {{report(0, "01", named("Lamp")) + report(5, "01", named("Lamp") + maker("590001")), {}},
        {"1 advertisement came without manufacturer data"}},
       // Frames that are none.
-      {report(0, "01", maker("4C000215E2C56DB5DFFB48D2B060D0F5A71096E000010002")),
-       {},
+      {once(maker("4C000215E2C56DB5DFFB48D2B060D0F5A71096E000010002")),
        {"begins like an iBeacon frame and ends after 24 bytes of 25"}},
-      {report(0, "01", maker("1801BEAC")), {}, {"like an AltBeacon frame and ends after 4"}},
-      {report(0, "01", altBeacon("5900")),
-       {},
+      {once(maker("1801BEAC")), {"like an AltBeacon frame and ends after 4"}},
+      {once(altBeacon("5900")),
        {"an AltBeacon frame under company 0x0059, and only one under company 0x0118"}},
-      {report(0, "01", maker("59000215E2C56DB5DFFB48D2B060D0F5A71096E000010002C5")),
-       filter,
+      {once(maker("59000215E2C56DB5DFFB48D2B060D0F5A71096E000010002C5"), filter),
        {"an iBeacon frame under company 0x0059, and only one under company 0x004C"}},
       // UUIDs that are nearly the one asked for.
-      {report(0, "01", iBeacon("00010002", "E2C56DB5DFFB48D2B060D0F5A71096E8")),
-       numbers,
+      {once(iBeacon("00010002", "E2C56DB5DFFB48D2B060D0F5A71096E8"), numbers),
        {"no device sent its UUID, but 1 device sent E2C56DB5-DFFB-48D2-B060-D0F5A71096E8, which "
-        "has "
-        "8 as digit 32 of 32 where the filter has 0",
+        "has 8 as digit 32 of 32 where the filter has 0",
         "--filter E2C56DB5-DFFB-48D2-B060-D0F5A71096E8/1/2"}},
-      {report(0, "01", iBeacon("00010002", "2EC56DB5DFFB48D2B060D0F5A71096E0")),
-       filter,
+      {once(iBeacon("00010002", "2EC56DB5DFFB48D2B060D0F5A71096E0"), filter),
        {"It sends 2EC56DB5-DFFB-48D2-B060-D0F5A71096E0, which has digits 1 and 2 of 32 swapped: 2 "
         "and E where the filter has E and 2"}},
-      {report(0, "01", iBeacon("00010002", "E09610A7F5D060B0D248FBDFB56DC5E2")),
-       filter,
+      {once(iBeacon("00010002", "E09610A7F5D060B0D248FBDFB56DC5E2"), filter),
        {"has the filter's bytes in reverse order"}},
-      {report(0, "01", iBeacon("00010002", "B56DC5E2FBDFD248B060D0F5A71096E0")),
-       filter,
+      {once(iBeacon("00010002", "B56DC5E2FBDFD248B060D0F5A71096E0"), filter),
        {"has the bytes of each of the filter's first three groups in reverse order"}},
-      {report(0, "01", iBeacon("00010002", "12C56DB5DFFB48D2B060D0F5A7109634")),
-       filter,
+      {once(iBeacon("00010002", "12C56DB5DFFB48D2B060D0F5A7109634"), filter),
        {"has 1 as digit 1 of 32 where the filter has E, and 3 as digit 31 of 32 where the filter "
         "has E, and 4 as digit 32"}},
-      {report(0, "01", iBeacon("00010002", "12C56DB5DFFB48D2B060D0F5A7109534")),
-       filter,
+      {once(iBeacon("00010002", "12C56DB5DFFB48D2B060D0F5A7109534"), filter),
        {"No filter asks for its UUID", "Heard were 12C56DB5"}},
       // The right UUID.
-      {report(0, "01", iBeacon("00020001")),
-       numbers,
+      {once(iBeacon("00020001"), numbers),
        {"it sends 2/1 and the filters ask for 1/2: major and minor are swapped. Ask for --filter "
         "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0/2/1",
         "its UUID was heard with 2/1 and it asks for 1/2 (major and minor are swapped)"}},
-      {report(0, "01", iBeacon("01000200")), numbers, {"the two bytes of each number are swapped"}},
-      {report(0, "01", iBeacon("00010003")),
-       numbers,
+      {once(iBeacon("01000200"), numbers), {"the two bytes of each number are swapped"}},
+      {once(iBeacon("00010003"), numbers),
        {"sends 1/3 and the filters ask for 1/2. Ask", "was heard with 1/3 and it asks for 1/2. "}},
-      {report(0, "01", altBeacon()),
-       filter,
+      {once(altBeacon(), filter),
        {"filter mode hears iBeacons only, although a filter has its UUID",
         "its UUID is sent in AltBeacon frames"}},
       // Nobody sends what is asked for.
-      {report(0, "01", iBeacon("00010002", kOtherDigits)) +
-           report(1, "01", iBeacon("00010003", kOtherDigits)),
-       filter,
+      {{report(0, "01", iBeacon("00010002", kOtherDigits)) +
+            report(1, "01", iBeacon("00010003", kOtherDigits)),
+        filter},
        {"No filter asks for its UUID, 00000000-0000-0000-0000-000000000001",
         "no device sent its UUID. Heard were 00000000-0000-0000-0000-000000000001 (1 device)"}},
-      {report(0, "01", named("Lamp")), filter, {"No beacon was heard at all", "no iBeacon frame"}},
-      {report(0, "01", iBeacon("00010002")),
-       {"--filter", std::string(kUuid) + "=Desk", "--filter", std::string(kOther) + "=Desk"},
+      {once(named("Lamp"), filter), {"No beacon was heard at all", "no iBeacon frame"}},
+      {once(iBeacon(),
+            {"--filter", std::string(kUuid) + "=Desk", "--filter", std::string(kOther) + "=Desk"}),
        {"have the same label, \\\"Desk\\\"", "nothing ranged their region"}},
-      {report(0, "01", iBeacon("00010002")),
-       {"--filter", std::string(kUuid) + "/9=Desk", "--filter", std::string(kOther) + "=Desk"},
+      {once(iBeacon(), {"--filter", std::string(kUuid) + "/9=Desk", "--filter",
+                        std::string(kOther) + "=Desk"}),
        {"have the same label"}},
-      {report(0, "01", named("Lamp")),
-       manyFilters(),
+      {once(named("Lamp"), manyFilters()),
        {"The filters make 22 regions, and a phone monitors 20",
-        "beacon_30000000 and "
-        "beacon_31000000"}},
-      {report(0, "01", maker("590001")) + report(1, "01", iBeacon("00010002"), -60, kScanResponse),
-       filter,
+        "beacon_30000000 and beacon_31000000"}},
+      {{report(0, "01", maker("590001")) + report(1, "01", iBeacon(), -60, kScanResponse), filter},
        {"1 scan response carried an iBeacon frame"}},
       // Times and signals.
-      {often(maker("590001"), {0, 1, 2}, -60) + report(13, "02", maker("590001")),
-       {},
+      {{often(maker("590001"), {0, 1, 2}, -60) + report(13, "02", maker("590001")), {}},
        {"fell silent 12.0 s before the end"}},
-      {often(maker("590001"), {0, 1, 12, 13, 24, 25}, -90),
-       {},
+      {{often(maker("590001"), {0, 1, 12, 13, 24, 25}, -90), {}},
        {"at the edge of hearing: 2 silences of 10 s and more, at a mean of -90 dBm"}},
-      {often(maker("590001"), {0, 5, -1000, -997}, -60),
-       {},
+      {{often(maker("590001"), {0, 5, -1000, -997}, -60), {}},
        {"clock jumped 1 time, first from 2023-11-14 22:13:25.000 to 2023-11-14 21:56:40.000"}},
   };
-  for (const auto& [records, options, expected] : cases) {
-    explain(records, options);
+  for (const auto& [recorded, expected] : cases) {
+    explain(recorded.first, recorded.second);
     for (const std::string& words : expected) {
-      EXPECT_NE(said().find(words), std::string::npos) << words << "\n" << said();
+      EXPECT_TRUE(has(said(), words));
     }
   }
 }
@@ -269,55 +239,51 @@ TEST(ExplainText, TellsOfTheMostSurprisingFirstAndSumsUpTheRest) {
   const std::string shown = explained(records, {});
   EXPECT_EQ(shown.find("generic mode: 5 advertisements from 5 devices in 5.0 s, 3 events\n"), 0U)
       << shown;
-  EXPECT_NE(shown.find("  2 more devices: no manufacturer data, and no word"), std::string::npos);
+  EXPECT_TRUE(has(shown, "  2 more devices: no manufacturer data, and no word"));
   EXPECT_EQ(shown.find("22:01"), std::string::npos);
   const std::string all = explained(records, {"--all"});
-  EXPECT_NE(all.find("C6:55:44:33:22:01 random  \"Lamp\\x1B[2J\"\n  heard 1 time from 22:13:20.000 "
-                     "to 22:13:20.000, -60 to -60 dBm, mean -60.0\n  notAdmitted 1\n"),
-            std::string::npos)
-      << all;
+  EXPECT_TRUE(has(all,
+                  "C6:55:44:33:22:01 random  \"Lamp\\x1B[2J\"\n  heard 1 time from 22:13:20.000 to "
+                  "22:13:20.000, -60 to -60 dBm, mean -60.0\n  notAdmitted 1\n"));
 
   const std::string filtered =
-      explained(report(0, "01", named("Lamp")) + report(1, "02", iBeacon("00010002")) +
+      explained(report(0, "01", named("Lamp")) + report(1, "02", iBeacon()) +
                     report(2, "03", iBeacon("00020001")),
                 {"--filter", std::string(kUuid) + "/1"});
   EXPECT_LT(filtered.find("22:03"), filtered.find("22:02")) << filtered;
-  EXPECT_NE(filtered.find("\n  1 more device: no iBeacon frame"), std::string::npos);
+  EXPECT_TRUE(has(filtered, "\n  1 more device: no iBeacon frame"));
 
-  const std::string withheld =
-      explained(report(0, "01", maker("590001")) + report(1, "02", iBeacon("00010002")),
-                {"--phone", "iphone"});
+  const std::string withheld = explained(
+      report(0, "01", maker("590001")) + report(1, "02", iBeacon()), {"--phone", "iphone"});
   EXPECT_LT(withheld.find("22:02"), withheld.find("22:01")) << withheld;
 }
 
 TEST(ExplainText, FitsAScreen) {
   Bytes records;
   for (const char* device : {"01", "02", "03", "04", "05", "06", "07", "08", "09", "0A", "0B"}) {
-    records = records + report(0, device, iBeacon("00010002"));
+    records = records + report(0, device, iBeacon());
   }
   const std::string shown = explained(records, {"--filter", kUuid, "--filter", kOther});
-  EXPECT_NE(shown.find("\n  6 more devices: detected\n"), std::string::npos) << shown;
+  EXPECT_TRUE(has(shown, "\n  6 more devices: detected\n"));
 }
 
 TEST(ExplainText, TellsOneDevicesStory) {
   const Bytes records = report(0, "01", maker("590001")) + report(0.5, "01", maker("590001")) +
                         report(0.7, "01", maker("590001")) + report(1, "02", named("Lamp")) +
-                        report(2, "03", iBeacon("00010002")) + report(2, "03", iBeacon("00010003"));
+                        report(2, "03", iBeacon()) + report(2, "03", iBeacon("00010003"));
   const std::string shown = explained(records, {"--device", "c6:55:44:33:22:01"});
-  EXPECT_NE(shown.find("\n  2023-11-14\n    22:13:20.000  event\n"
-                       "    22:13:20.500  coalesced, 2 times until 22:13:20.700\n"),
-            std::string::npos)
-      << shown;
+  EXPECT_TRUE(has(shown,
+                  "\n  2023-11-14\n    22:13:20.000  event\n"
+                  "    22:13:20.500  coalesced, 2 times until 22:13:20.700\n"));
   EXPECT_EQ(shown.find("Lamp"), std::string::npos);
   const std::string quiet = explained(records, {"--device", "lamp", "--quiet"});
-  EXPECT_NE(quiet.find("22:02"), std::string::npos);
+  EXPECT_TRUE(has(quiet, "22:02"));
   EXPECT_EQ(quiet.find("nimbrel"), std::string::npos);
   EXPECT_EQ(explained(records, {"--device", "nobody"}),
             "nimbrel: times are in UTC, from 2023-11-14 on\n"
             "nimbrel: --device 'nobody': no such device was heard; leave it out, and give --all to "
             "see all 3\n");
-  EXPECT_NE(explained(records, {"--device", "c6:55:44:33:22:03"}).find("/1/3 and 1 more\n"),
-            std::string::npos);
+  EXPECT_TRUE(has(explained(records, {"--device", "c6:55:44:33:22:03"}), "/1/3 and 1 more\n"));
 }
 
 TEST(ScanSummary, NamesTheNextStepWhereSomethingIsMissing) {
@@ -325,8 +291,7 @@ TEST(ScanSummary, NamesTheNextStepWhereSomethingIsMissing) {
     std::vector<std::string> all = options;
     all.emplace_back("--quiet");
     const std::string errors =
-        runOver(report(0, "01", iBeacon("00010002")) + report(1, "02", named("Lamp")), all, "scan")
-            .errors;
+        runOver(report(0, "01", iBeacon()) + report(1, "02", named("Lamp")), all, "scan").errors;
     return errors.substr(errors.rfind('\n', errors.size() - 2) + 1);
   };
   const std::string other = std::string(kOther) + "/1=It's here";

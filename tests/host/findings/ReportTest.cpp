@@ -2,17 +2,13 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <nlohmann/json.hpp>
-#include <sstream>
 
 #include "host/base/InputError.hpp"
 #include "host/base/WholeFile.hpp"
-#include "tests/host/findings/Reports.hpp"
+#include "tests/support/Reports.hpp"
 
 namespace nimbrel::testing_support {
 namespace {
-
-using Json = nlohmann::json;
 
 Json reported(const Bytes& records, std::vector<std::string> options = {}) {
   options.insert(options.end(), {"--json", "--utc"});
@@ -37,7 +33,7 @@ std::string order(const Json& report) {
 TEST(ReportJson, HasTheDevicesThatMatterFirstWithTheirSeries) {
   const Bytes records =
       report(0, "01", named("Lamp")) + report(0.1, "01", named("Lamp")) +
-      report(0.2, "02", maker("590001")) + report(0.3, "03", iBeacon("00010002")) +
+      report(0.2, "02", maker("590001")) + report(0.3, "03", iBeacon()) +
       report(0.4, "04", iBeacon("00010003")) + report(0.5, "04", iBeacon("00010003"), -71) +
       report(0.6, "05", maker("4C0002")) + report(0.7, "06", iBeacon("00010003", kOtherDigits));
   Json report = reported(records);
@@ -68,21 +64,12 @@ TEST(ReportJson, HasTheDevicesThatMatterFirstWithTheirSeries) {
 }
 
 TEST(ReportJson, SaysOfDevicesWhatExplainSays) {
-  const Bytes records = report(0, "01", named("Lamp")) + report(5, "02", iBeacon("00010002")) +
+  const Bytes records = report(0, "01", named("Lamp")) + report(5, "02", iBeacon()) +
                         report(-500, "01", named("Lamp"), 127);
-  const Outcome explained = runOver(records, {"--json"}, "explain");
   const Json report = reported(records);
-  std::string devices;
-  for (const std::size_t index : {1U, 0U}) {
-    devices += report["devices"][index].dump() + "\n";
-  }
-  devices += Json{{"run", report["run"]}}.dump() + "\n";
-  std::istringstream lines(explained.output);
-  std::string same;
-  for (std::string line; std::getline(lines, line);) {
-    same += Json::parse(line).dump() + "\n";
-  }
-  EXPECT_EQ(devices, same);
+  EXPECT_EQ(
+      (std::vector<Json>{report["devices"][1], report["devices"][0], {{"run", report["run"]}}}),
+      jsonLines(runOver(records, {"--json"}, "explain").output));
   EXPECT_EQ(report["source"]["jumps"].size(), 1U);
   EXPECT_EQ(report["source"]["jumps"][0]["after"], 1'699'999'500'000);
 }
@@ -90,8 +77,8 @@ TEST(ReportJson, SaysOfDevicesWhatExplainSays) {
 TEST(ReportJson, HasAThousandBeaconsAtMost) {
   Bytes records;
   for (int device = 0; device < 1100; ++device) {
-    const std::string digits = toHex(big(2, static_cast<std::uint64_t>(device)));
-    records = records + report(0, "01", iBeacon(std::string(digits).append("0001")));
+    const Bytes numbers = big(2, static_cast<std::uint64_t>(device)) + hex("0001");
+    records = records + report(0, "01", iBeacon(toHex(numbers)));
   }
   const Json report = reported(records, {"--filter", kUuid});
   EXPECT_EQ(report["run"]["beacons"].size(), 1000U);
@@ -109,9 +96,10 @@ Outcome runScenario(const std::string& lines, std::vector<std::string> options =
   return outcome;
 }
 
-std::string advertise(const std::string& last, const std::string& parts) {
+std::string advertise(const std::string& last, const std::string& parts,
+                      const std::string& times = "") {
   std::string line = R"({"at": 1, "advertise": {"address": "C6:55:44:33:)";
-  return line.append(last).append(R"(", "rssi": -60, )").append(parts).append("}}\n");
+  return line.append(last).append(R"(", "rssi": -60, )").append(parts + "}" + times + "}\n");
 }
 
 std::string lanesOf(const Json& report) {
@@ -167,8 +155,8 @@ TEST(ReportJson, RefusesAScenarioThatIsNotOneRun) {
   const std::string mixed = R"({"call": "startDetection"}
 {"call": "startDetection", "arguments": {"filters": [{"uuid": "x"}]}}
 )";
-  EXPECT_NE(runScenario(mixed).errors.find("with filters and without"), std::string::npos);
-  EXPECT_NE(runScenario("", {"--filter", kUuid}).errors.find("leave --filter"), std::string::npos);
+  EXPECT_TRUE(has(runScenario(mixed).errors, "with filters and without"));
+  EXPECT_TRUE(has(runScenario("", {"--filter", kUuid}).errors, "leave --filter"));
 }
 
 TEST(ReportJson, CountsTheDevicesBeyondAThousand) {
@@ -190,13 +178,12 @@ TEST(ReportJson, CountsTheDevicesBeyondAThousand) {
 TEST(ReportJson, SumsUpReadingsUntilTheyFit) {
   std::string lines = "{\"wait\": true}\n";
   for (int device = 10; device < 31; ++device) {
-    lines.append(R"({"at": 0, "advertise": {"address": "C6:55:44:33:22:)");
-    lines.append(std::to_string(device))
-        .append(R"(", "manufacturerData": "4C000215E2C56DB5DFFB48D2)");
-    lines.append(R"(B060D0F5A71096E000010002C5", "rssi": -60}, "every": 0.016, "for": 32})")
-        .append("\n");
+    lines +=
+        advertise("22:" + std::to_string(device),
+                  R"("manufacturerData": "4C000215E2C56DB5DFFB48D2B060D0F5A71096E000010002C5")",
+                  R"(, "every": 0.016, "for": 32)");
   }
-  const Json report = Json::parse(runScenario(lines + R"({"at": 32, "wait": true})").output);
+  const Json report = Json::parse(runScenario(lines + R"({"at": 33, "wait": true})").output);
   EXPECT_EQ(report["run"]["advertisements"], 21 * 2001);
   EXPECT_EQ(report["step"], 0.03125);
 }
@@ -231,7 +218,7 @@ TEST(ReportPage, IsWholeOrNotThere) {
     return runCommand(options).errors;
   };
   const auto size = [&] { return std::filesystem::file_size(page); };
-  EXPECT_NE(made({"missing.btsnoop"}).find("missing.btsnoop: "), std::string::npos);
+  EXPECT_TRUE(has(made({"missing.btsnoop"}), "missing.btsnoop: "));
   EXPECT_TRUE(std::filesystem::is_empty(folder));
   EXPECT_EQ(made({"--json"}), "");
   const auto first = size();
@@ -248,7 +235,7 @@ TEST(ReportPage, IsWholeOrNotThere) {
 
   EXPECT_EQ(runCommand({"report", "-o", "/dev/null"}).status, 0);
   EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
-  EXPECT_NE(made({}).find("page.html: cannot be written: "), std::string::npos);
+  EXPECT_TRUE(has(made({}), "page.html: cannot be written: "));
   EXPECT_EQ(runCommand({"report"}).errors,
             "nimbrel: no file to write the page to; give -o PAGE.html, or -o - for the standard "
             "output\n");

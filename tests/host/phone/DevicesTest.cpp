@@ -27,7 +27,7 @@ class DevicesSeen : public testing::Test {
     std::ranges::copy(big(6, number), address.bytes.begin());
     return address;
   }
-  static Bytes made(std::string_view digits) { return testing_support::made(hex(digits)); }
+  static Bytes made(std::string_view digits) { return nimbrel::made(hex(digits)); }
 
   Devices devices{{}};
   MainQueue::Time time{};

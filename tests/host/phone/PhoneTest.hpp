@@ -121,11 +121,7 @@ class PhoneTest : public testing::Test, public PhoneObserver {
   std::shared_ptr<Managers> managers;
 };
 
-// Advertising data structures.
-
-inline Bytes named(std::string_view name) { return withLength(hex("09") + text(name)); }
 inline Bytes shortened(std::string_view name) { return withLength(hex("08") + text(name)); }
-inline Bytes made(const Bytes& data) { return withLength(hex("FF") + data); }
 
 /// An iBeacon's manufacturer data.
 inline Bytes beaconFrame(std::uint16_t major = 1, std::uint16_t minor = 2,

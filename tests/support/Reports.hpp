@@ -1,6 +1,8 @@
 #pragma once
 
 #include <cstdint>
+#include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -10,11 +12,13 @@
 
 namespace nimbrel::testing_support {
 
+using Json = nlohmann::json;
+
 inline constexpr const char* kUuid = "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0";
 inline constexpr const char* kUuidDigits = "E2C56DB5DFFB48D2B060D0F5A71096E0";
 inline constexpr const char* kOther = "00000000-0000-0000-0000-000000000001";
 inline constexpr const char* kOtherDigits = "00000000000000000000000000000001";
-inline constexpr const char* kScanResponse = "04";
+inline constexpr const char* kScanResponse = "04 01";
 
 /// Seconds since 2023-11-14 22:13:20 as a btsnoop time stamp.
 inline std::uint64_t stamp(double seconds) {
@@ -22,30 +26,43 @@ inline std::uint64_t stamp(double seconds) {
          static_cast<std::uint64_t>(static_cast<std::int64_t>((1'700'000'000 + seconds) * 1e6));
 }
 
-/// A report of the device C6:55:44:33:22:`last`.
+/// A report of the device C6:55:44:33:22:`last`. `kind` has the types of event and address.
 inline Bytes report(double seconds, const char* last, const Bytes& data, int rssi = -60,
-                    const char* kind = "00") {
+                    const char* kind = "00 01") {
   return btsnoopRecord(
       3, stamp(seconds),
-      hex("04") + event(hex("02 01") + hex(kind) + hex("01") + hex(last) + hex("22334455C6") +
+      hex("04") + event(hex("02 01") + hex(kind) + hex(last) + hex("22334455C6") +
                         withLength(data) + Bytes{static_cast<std::uint8_t>(rssi)}));
 }
 
-inline Bytes maker(const std::string& digits) { return withLength(hex("FF") + hex(digits)); }
-inline Bytes named(std::string_view name) { return withLength(hex("09") + text(name)); }
+inline Bytes maker(const std::string& digits) { return made(hex(digits)); }
 /// `numbers` are the digits of major and minor.
-inline Bytes iBeacon(const std::string& numbers, const std::string& uuid = kUuidDigits) {
+inline Bytes iBeacon(const std::string& numbers = "00010002", const std::string& uuid = kUuidDigits) {
   return maker("4C000215" + uuid + numbers + "C5");
 }
 inline Bytes altBeacon(const std::string& company = "1801") {
   return maker(company + "BEAC" + kUuidDigits + "00010002C500");
 }
 
+/// The content of a recording with these records.
+inline std::string recording(const Bytes& records) {
+  const Bytes bytes = btsnoop(1002, records);
+  return {bytes.begin(), bytes.end()};
+}
+
 inline Outcome runOver(const Bytes& records, std::vector<std::string> options,
                        const char* command) {
-  const Bytes bytes = btsnoop(1002, records);
   options.insert(options.begin(), {command, "-"});
-  return runCommand(options, std::string(bytes.begin(), bytes.end()));
+  return runCommand(options, recording(records));
+}
+
+inline std::vector<Json> jsonLines(const std::string& text) {
+  std::vector<Json> all;
+  std::istringstream lines(text);
+  for (std::string line; std::getline(lines, line);) {
+    all.push_back(Json::parse(line));
+  }
+  return all;
 }
 
 }  // namespace nimbrel::testing_support
