@@ -1,13 +1,8 @@
-#include <gtest/gtest.h>
 #include <zlib.h>
-
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "host/air/Capture.hpp"
 #include "host/base/InputError.hpp"
-#include "tests/host/air/Bytes.hpp"
+#include "tests/host/air/Archives.hpp"
 #include "tests/support/Conversions.hpp"
 
 namespace nimbrel {
@@ -18,24 +13,6 @@ using Lines = std::vector<std::string>;
 constexpr std::uint64_t kLast = 1'700'000'000'000'000;
 const Bytes kReport = event(hex("02 01 00 01 665544332211 03 020106 C4"));
 const std::string kHeard = "112233445566 random -60 020106";
-
-std::string base64(const Bytes& bytes, std::size_t lineLength = 76) {
-  constexpr std::string_view kDigits =
-      "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-  std::string digits;
-  for (std::size_t i = 0; i < bytes.size(); i += 3) {
-    const auto at = [&](std::size_t place) { return place < bytes.size() ? bytes[place] : 0U; };
-    const std::uint32_t bits = at(i) << 16U | at(i + 1) << 8U | at(i + 2);
-    for (unsigned digit = 0; digit < 4; ++digit) {
-      digits += i + digit > bytes.size() ? '=' : kDigits[bits >> (18 - 6 * digit) & 63U];
-    }
-  }
-  std::string lines;
-  for (std::size_t i = 0; i < digits.size(); i += lineLength) {
-    lines += digits.substr(i, lineLength) + "\n";
-  }
-  return lines;
-}
 
 Bytes deflated(const Bytes& bytes) {
   auto size = compressBound(bytes.size());
@@ -52,11 +29,17 @@ Bytes record(std::uint8_t version, std::uint32_t sincePrevious, std::uint8_t typ
          content;
 }
 
+/// `log` in lines of base64, without those that begin and end it.
+Bytes base64(const Bytes& log) {
+  const Bytes lines = compressed(archive_write_add_filter_b64encode, log);
+  return {std::find(lines.begin(), lines.end(), '\n') + 1, lines.end() - 5};
+}
+
 Bytes reportOf(const Bytes& log) {
   return text(
-      "== dumpstate\n about --- BEGIN:BTSNOOP_LOG_SUMMARY\n"
-      "--- BEGIN:BTSNOOP_LOG_SUMMARY (12 bytes in) ---\n" +
-      base64(log) + "--- END:BTSNOOP_LOG_SUMMARY ---\nmore text\n");
+             "== dumpstate\n about --- BEGIN:BTSNOOP_LOG_SUMMARY\n"
+             "--- BEGIN:BTSNOOP_LOG_SUMMARY (12 bytes in) ---\n") +
+         base64(log) + text("--- END:BTSNOOP_LOG_SUMMARY ---\nmore text\n");
 }
 
 Bytes logOf(std::uint8_t version, const Bytes& records) {

@@ -85,10 +85,7 @@ TEST_F(CaptureOf, EveryFormatIsHeardTheSame) {
   const Bytes radio = hex("00 C4 80 00 00000000 0300") + kPdu;
   const Bytes nordic = hex("FE 1C00 02 0100 06 0A 01 25 3C 0000 00000000") + kPdu;
   const Bytes usb = hex("0000000000000000 43 01 81 02 0100 2D 00") + Bytes(2, 0);
-  const struct {
-    const char* what;
-    Bytes bytes;
-  } cases[] = {
+  const std::pair<const char*, Bytes> cases[] = {
       {"btsnoop H1", btsnoop(1001, btsnoopRecord(3, kBtsnoopStamp, kReport))},
       {"btsnoop H4", btsnoop(1002, h4(kH4Report))},
       {"btsnoop monitor", btsnoop(2001, btsnoopRecord(0x10003, kBtsnoopStamp, kReport))},
@@ -149,12 +146,9 @@ TEST_F(CaptureOf, DamagedTimesStaysWithinTheCalendar) {
 }
 
 TEST_F(CaptureOf, RecordsCutOffAnywhereIsUsedUpToThere) {
-  const struct {
-    std::ptrdiff_t headerSize;
-    Bytes whole;
-  } cases[] = {{16, btsnoop(1002, h4(kH4Report))},
-               {0, pklg(little, 1, kReport)},
-               {24, pcap(little, 187, kH4Report)}};
+  const std::pair<std::ptrdiff_t, Bytes> cases[] = {{16, btsnoop(1002, h4(kH4Report))},
+                                                    {0, pklg(little, 1, kReport)},
+                                                    {24, pcap(little, 187, kH4Report)}};
   for (const auto& [headerSize, whole] : cases) {
     for (auto end = whole.begin() + headerSize + 1; end != whole.end(); ++end) {
       warnings.clear();
@@ -183,55 +177,45 @@ TEST_F(CaptureOf, WhatCannotBeUsedSaysWhyAndWhatToDo) {
   const std::string advice =
       " holds no Bluetooth LE that can be read; record a Bluetooth adapter, a Bluetooth "
       "controller's USB or a Bluetooth LE sniffer";
-  const struct {
-    Bytes bytes;
-    std::string message;
-  } cases[] = {
-      {text("Dear diary,\ntoday I walked\xE2\x80\xA6"), "walk: is a text, not a recording" + known},
+  const std::pair<Bytes, std::string> cases[] = {
+      {text("Dear diary,\ntoday I walked\xE2\x80\xA6"), "is a text, not a recording" + known},
       {text("> HCI Event: LE Meta Event (0x3e) plen 26"),
-       "walk: is a log that a program printed; record packets themselves (btmon --write)"},
-      {hex("FFD8FFE0 0010"), "walk: is a JPEG picture, not a recording" + known},
+       "is a log that a program printed; record packets themselves (btmon --write)"},
+      {hex("FFD8FFE0 0010"), "is a JPEG picture, not a recording" + known},
       {hex("377ABCAF271C 0004"),
-       "walk: is a 7-Zip archive, not a recording; unpack it and name the recording in it"},
+       "is a 7-Zip archive, not a recording; unpack it and name the recording in it"},
       {dumped + dumped + hex("0400 00 00 00F15365 3F420F00 01030C00"),
-       "walk: is a recording of hcidump, which cannot be read; convert it (editcap -F btsnoop FILE "
-       "NEW), or record with btmon --write"},
+       "is a recording of hcidump, which cannot be read; convert it (editcap -F btsnoop FILE NEW), "
+       "or record with btmon --write"},
       {dumped + dumped + hex("0400 00 00 00F15365 40420F00 01030C00"),
-       "walk: is not a capture of a known format" + known},
+       "is not a capture of a known format" + known},
       {hex("01030C00 02 0100 0200 AABB 04 0E 01 00"),
-       "walk: holds HCI packets without their times; record with btmon --write, which keeps them"},
-      {hex("01030C00 02 0100 0200 AABB 04 0E 02 00"),
-       "walk: is not a capture of a known format" + known},
-      {text("btsn"), "walk: is cut off inside the btsnoop file header; record the capture again"},
+       "holds HCI packets without their times; record with btmon --write, which keeps them"},
+      {hex("01030C00 02 0100 0200 AABB 04 0E 02 00"), "is not a capture of a known format" + known},
+      {text("btsn"), "is cut off inside the btsnoop file header; record the capture again"},
       {btsnoop(1003, {}),
-       "walk: btsnoop datalink 1003 (HCI BCSP) cannot be read; record HCI H1 (1001), HCI H4 (1002) "
-       "or the Linux monitor (2001)"},
+       "btsnoop datalink 1003 (HCI BCSP) cannot be read; record HCI H1 (1001), HCI H4 (1002) or "
+       "the Linux monitor (2001)"},
       {text("btsnoop") + hex("00 00000002 000003EA"),
-       "walk: btsnoop version 2 is not known; convert the file to version 1"},
+       "btsnoop version 2 is not known; convert the file to version 1"},
       // One head that could be of PacketLogger, with a record that ends beyond the file or where
       // none follows.
       {pklg(little, 1, kReport) + text("no record at all"),
-       "walk: is not a capture of a known format; record or convert it to btsnoop, PacketLogger, "
-       "pcap or pcapng"},
-      {hex("29000100 00F15365 70170000 043E"),
-       "walk: is not a capture of a known format; record or convert it to btsnoop, PacketLogger, "
-       "pcap or pcapng"},
-      {hex("D4C3B2A1 0200"),
-       "walk: is cut off inside the pcap file header; record the capture again"},
+       "is not a capture of a known format" + known},
+      {hex("29000100 00F15365 70170000 043E"), "is not a capture of a known format" + known},
+      {hex("D4C3B2A1 0200"), "is cut off inside the pcap file header; record the capture again"},
       {hex("D4C3B2A1 0300") + Bytes(18, 0),
-       "walk: pcap version 3 is not known; convert the file to version 2"},
-      {hex("0A0D0D0A 1C000000"), "walk: has a damaged pcapng header; record the capture again"},
-      {pcap(little, 1, {}), "walk: is a recording of Ethernet (link type 1), which" + advice},
-      {pcap(little, 300, {}), "walk: is a recording of link type 300, which" + advice},
-      {pcap(little, 160, {}),
-       "walk: is a recording of a private format (link type 160), which" + advice},
+       "pcap version 3 is not known; convert the file to version 2"},
+      {hex("0A0D0D0A 1C000000"), "has a damaged pcapng header; record the capture again"},
+      {pcap(little, 1, {}), "is a recording of Ethernet (link type 1), which" + advice},
+      {pcap(little, 300, {}), "is a recording of link type 300, which" + advice},
+      {pcap(little, 160, {}), "is a recording of a private format (link type 160), which" + advice},
       {pcap(little, 192, hex("0000 0800 69000000")),
-       "walk: is a recording of Wi-Fi (link type 105), which" + advice},
-      {pcapng(big, 255, {}),
-       "walk: is a recording of Bluetooth BR/EDR (link type 255), which" + advice},
+       "is a recording of Wi-Fi (link type 105), which" + advice},
+      {pcapng(big, 255, {}), "is a recording of Bluetooth BR/EDR (link type 255), which" + advice},
   };
-  for (const auto& unusable : cases) {
-    EXPECT_EQ(refusal([&] { heard(unusable.bytes); }), unusable.message);
+  for (const auto& [bytes, message] : cases) {
+    EXPECT_EQ(refusal([&, &unusable = bytes] { heard(unusable); }), "walk: " + message);
   }
 }
 
@@ -271,9 +255,7 @@ class CaptureFile : public CaptureOf {
   ~CaptureFile() override { std::filesystem::remove_all(folder); }
 
   void write(const Bytes& bytes) {
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
+    std::ofstream(path, std::ios::binary) << std::string(bytes.begin(), bytes.end());
   }
   Heard heardFromFile() { return heard(*Capture::open(path, warn())); }
 
@@ -291,9 +273,8 @@ TEST_F(CaptureFile, IsReadFromAPipe) {
 
 TEST_F(CaptureFile, LongerThanWhatIsKeptInMemoryIsReadToItsEnd) {
   Bytes records;
-  const auto record = h4(hex("02") + Bytes(250'000, 0));
   for (int i = 0; i < 80; ++i) {
-    records.insert(records.end(), record.begin(), record.end());
+    records = std::move(records) + h4(hex("02") + Bytes(250'000, 0));
   }
   write(btsnoop(1002, records + h4(kH4Report)));
   EXPECT_EQ(heardFromFile(), kTheReport);
