@@ -1,3 +1,5 @@
+#include <functional>
+
 #include "tests/ios/World.h"
 
 namespace nimbrel {
@@ -46,7 +48,8 @@ TEST_F(Lifetime, IsHeldByItsTwoChannelsAlone) {
 TEST_F(Lifetime, EndsWithItsManagersWhenTheChannelsLetGo) {
   messenger.reset();
   EXPECT_EQ(device.liveManagers, 0);
-  EXPECT_EQ(traceOf([this] { queue.drain(); }), Trace());
+  queue.drain();
+  EXPECT_EQ(trace, Trace());
 }
 
 TEST_F(Lifetime, IsNotProlongedByAQueuedDetection) {

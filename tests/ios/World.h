@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -34,51 +33,28 @@ class World : public testing::Test, private PhoneObserver {
     [pool_ drain];
   }
 
-  /// What the plug-in logs and asks of the phone while `action` and what it queues run.
-  Trace traceOf(const std::function<void()>& action) {
-    queue.drain();
-    trace_.clear();
-    action();
-    queue.drain();
-    return trace_;
-  }
-
   /// What the plug-in answers at once; nil if it does not.
-  id answerTo(NSString* method, id arguments = nil) {
+  id answerTo(NSString* method) {
     __block id answer = nil;
-    [plugin handleMethodCall:[::FlutterMethodCall methodCallWithMethodName:method
-                                                                 arguments:arguments]
+    [plugin handleMethodCall:[::FlutterMethodCall methodCallWithMethodName:method arguments:nil]
                       result:^(id value) {
                         answer = [[value retain] autorelease];
                       }];
     return answer;
   }
 
-  /// The one event that reaches the application while `action` and what it queues run.
-  NSDictionary* eventOf(const std::function<void()>& action) {
-    NSMutableArray* events = [NSMutableArray array];
-    [plugin onListenWithArguments:nil
-                        eventSink:^(id event) {
-                          [events addObject:event];
-                        }];
-    action();
-    queue.drain();
-    [plugin onCancelWithArguments:nil];
-    EXPECT_EQ([events count], 1U);
-    return [events lastObject];
-  }
-
  private:
-  void logged(std::string_view line) override { trace_.emplace_back(line); }
+  void logged(std::string_view line) override { trace.emplace_back(line); }
   void requested(const Request& request) override {
-    trace_.push_back(std::string(request.operation) +
-                     (request.region.has_value() ? " " + request.region->identifier : ""));
+    trace.push_back(std::string(request.operation) +
+                    (request.region.has_value() ? " " + request.region->identifier : ""));
   }
 
   NSAutoreleasePool* pool_ = [[NSAutoreleasePool alloc] init];
-  Trace trace_;
 
  protected:
+  /// What the plug-in logged and asked of the phone.
+  Trace trace;
   MainQueue queue;
   Phone phone{{}, queue, *this};
   fakes::Device device{phone};
