@@ -47,25 +47,15 @@ void valuesTests() {
   });
 
   test('an unknown distance and a silent beacon are null', () {
-    for (final (distance, expected) in [
-      (-1.0, null),
-      (-0.01, null),
-      (double.nan, null),
-      (double.infinity, null),
-      (null, null),
-      (0.0, 0.0),
-    ]) {
-      expect(read({'distance': distance}).distance, expected, 'distance $distance');
+    for (final unknown in [-1.0, -0.01, double.nan, double.infinity, null]) {
+      expect(read({'distance': unknown}).distance, null, 'distance $unknown');
     }
-    for (final (rssi, expected) in [
-      (0.0, null),
-      (127.0, null),
-      (double.nan, null),
-      (null, null),
-      (-1.0, -1.0),
-      (20.0, 20.0),
-    ]) {
-      expect(read({'rssi': rssi}).rssi, expected, 'rssi $rssi');
+    expect(read({'distance': 0.0}).distance, 0.0);
+    for (final silent in [0.0, 127.0, double.nan, null]) {
+      expect(read({'rssi': silent}).rssi, null, 'rssi $silent');
+    }
+    for (final heard in [-1.0, 20.0]) {
+      expect(read({'rssi': heard}).rssi, heard);
     }
     expect(
       '${read({'rssi': 0.0, 'distance': -1.0, 'proximity': 'unknown', 'mac': ''})}',
@@ -81,20 +71,13 @@ void valuesTests() {
   test('every entry counts for equality', () {
     expect(read(), read());
     expect(read().hashCode, read().hashCode);
-    for (final change in {
-      'ts': 0,
-      'identifier': '',
-      'uuid': '',
-      'majorId': 7,
-      'minorId': 7,
-      'name': '',
-      'mac': '',
-      'rssi': -70.0,
-      'txPower': -59.0,
-      'distance': 2.0,
-      'proximity': 'far',
-    }.entries) {
-      expect(read({change.key: change.value}) == read(), false, change.key);
+    for (final MapEntry(:key, :value) in event().entries) {
+      final other = switch (value) {
+        'near' => 'far',
+        final num number => number + 1,
+        _ => '',
+      };
+      expect(read({'$key': other}) == read(), false, '$key');
     }
   });
 
