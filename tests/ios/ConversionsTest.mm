@@ -29,10 +29,7 @@ class Conversions : public testing::Test {
 
 TEST_F(Conversions, TellEachKindOfObjectApart) {
   const char16_t withNul[] = u"a\0b";
-  const struct {
-    id object;
-    EncodableValue value;
-  } cases[] = {
+  const std::pair<id, EncodableValue> cases[] = {
       {nil, kNull},
       {[NSNull null], kNull},
       {[NSDate dateWithTimeIntervalSince1970:0], kNull},

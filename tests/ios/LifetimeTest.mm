@@ -33,8 +33,6 @@ class Lifetime : public World {
     [plugin onListenWithArguments:nil eventSink:callback(received, captured).get()];
   }
 
-  void decide(CLAuthorizationStatus status) { phone.location().changeAuthorization(status); }
-
   void detect() { phone.bluetooth().discover({UUID{}, "Beacon"}, {}, -60.0); }
 
   std::shared_ptr<int> token = std::make_shared<int>();
@@ -84,9 +82,14 @@ TEST_F(Lifetime, HoldsACallbackUntilItIsAnsweredOrReplaced) {
   EXPECT_EQ(token.use_count(), 2);
   request([] {});
   EXPECT_EQ(token.use_count(), 1);
-  request([] {}, token);
-  decide(CLAuthorizationStatus::denied);
+  int answers = 0;
+  request([&] { ++answers; }, token);
+  phone.location().changeAuthorization(CLAuthorizationStatus::denied);
+  phone.location().changeAuthorization(CLAuthorizationStatus::authorizedAlways);
   EXPECT_EQ(token.use_count(), 1);
+  request([&] { ++answers; }, token);
+  EXPECT_EQ(token.use_count(), 1) << "answered at once";
+  EXPECT_EQ(answers, 2);
 }
 
 TEST_F(Lifetime, ReleasesAWaitingCallbackUnansweredAtItsEnd) {

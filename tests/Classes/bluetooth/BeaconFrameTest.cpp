@@ -8,13 +8,11 @@ namespace nimbrel {
 namespace {
 
 TEST(BeaconFrame, NeedsEachByteOfItsHeaderAndItsWholeLength) {
-  struct Kind {
-    std::vector<std::uint8_t> header;
-    std::optional<BeaconFrame> (*read)(std::span<const std::uint8_t>);
-  };
-  for (const auto& [header, read] :
-       std::vector<Kind>{{{0x4C, 0x00, 0x02, 0x15}, frames::iBeacon},
-                         {{0x18, 0x01, 0xBE, 0xAC}, frames::altBeacon}}) {
+  const std::pair<std::vector<std::uint8_t>,
+                  std::optional<BeaconFrame> (*)(std::span<const std::uint8_t>)>
+      cases[] = {{{0x4C, 0x00, 0x02, 0x15}, frames::iBeacon},
+                 {{0x18, 0x01, 0xBE, 0xAC}, frames::altBeacon}};
+  for (const auto& [header, read] : cases) {
     std::vector<std::uint8_t> frame = header;
     frame.resize(frames::kSize);
     EXPECT_TRUE(read(frame).has_value());

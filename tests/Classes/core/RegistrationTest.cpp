@@ -3,47 +3,6 @@
 namespace nimbrel::testing_support {
 namespace {
 
-/// A registrar that records the steps of a registration.
-class WatchedRegistrar final : public FlutterPluginRegistrar, public FlutterBinaryMessenger {
- public:
-  explicit WatchedRegistrar(std::vector<std::string>& steps) : steps_(steps) {}
-
-  FlutterBinaryMessenger& messenger() override {
-    steps_.emplace_back("messenger");
-    return *this;
-  }
-  std::unique_ptr<FlutterMethodChannel> methodChannelWithName(std::string_view name) override {
-    steps_.push_back("methods " + std::string(name));
-    return std::make_unique<MethodChannel>(messenger_, name);
-  }
-  std::unique_ptr<FlutterEventChannel> eventChannelWithName(std::string_view name) override {
-    steps_.push_back("events " + std::string(name));
-    return messenger_.eventChannelWithName(name);
-  }
-  void addMethodCallDelegate(std::shared_ptr<FlutterPlugin> /*delegate*/,
-                             FlutterMethodChannel& /*channel*/) override {
-    steps_.emplace_back("delegate");
-  }
-
- private:
-  std::vector<std::string>& steps_;
-  Messenger messenger_;
-};
-
-TEST(Registration, OpensBothChannelsAndThenConnectsThePlugin) {
-  std::vector<std::string> steps;
-  MainQueue queue;
-  Notebook notebook;
-  Phone phone({}, queue, notebook);
-  WatchedRegistrar registrar(steps);
-  NimbrelPlugin::registerWith(registrar, phone);
-  EXPECT_EQ(steps, (std::vector<std::string>{"messenger", "methods com.quorvane.nimbrel/methods",
-                                             "messenger", "events com.quorvane.nimbrel/events",
-                                             "delegate"}));
-  EXPECT_TRUE(notebook.requests.empty());
-  EXPECT_TRUE(notebook.lines.empty());
-}
-
 class Lifetime : public PluginTest {};
 
 TEST_F(Lifetime, EndsWithTheChannelsAndDoesNotStopTheRun) {
@@ -53,24 +12,6 @@ TEST_F(Lifetime, EndsWithTheChannelsAndDoesNotStopTheRun) {
   EXPECT_TRUE(notebook.requests.empty());
   range();
   phone->bluetooth().changeState(CBManagerState::poweredOn);
-  EXPECT_TRUE(notebook.lines.empty());
-}
-
-TEST_F(Lifetime, DropsQueuedEventsOfADestroyedPlugin) {
-  discover();
-  letGo();
-  queue.drain();
-  EXPECT_TRUE(events.empty());
-}
-
-TEST_F(Lifetime, DropsTheFirstStateReportOfADestroyedPlugin) {
-  Messenger other;
-  {
-    Registrar registrar(other);
-    NimbrelPlugin::registerWith(registrar, *phone);
-  }
-  other = Messenger();
-  queue.drain();
   EXPECT_TRUE(notebook.lines.empty());
 }
 

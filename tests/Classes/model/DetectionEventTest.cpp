@@ -3,7 +3,6 @@
 #include <cmath>
 #include <limits>
 
-#include "Classes/bluetooth/DistanceEstimate.hpp"
 #include "Classes/model/DetectionEvent.hpp"
 
 namespace nimbrel {
@@ -26,35 +25,6 @@ TEST(ProximityWord, HasStrictBounds) {
   for (const auto& [distance, word] : cases) {
     EXPECT_EQ(proximityWord(distance), word) << distance;
   }
-}
-
-TEST(DistanceEstimate, ChangesItsCurveAtOneMetre) {
-  const std::vector<std::pair<double, double>> cases = {{-50.0, 0.191064}, {-59.0, 1.01076},
-                                                        {-65.0, 2.009448}, {-70.0, 3.472448},
-                                                        {-80.0, 9.521558}, {0.0, -1.0}};
-  for (const auto& [rssi, metres] : cases) {
-    EXPECT_NEAR(estimateDistance(rssi, -59.0), metres, 1e-5) << rssi;
-  }
-  EXPECT_TRUE(std::isinf(estimateDistance(-60.0, 0.0)));
-}
-
-TEST(DetectionEvent, BecomesAMapOfElevenKeysInAnyOrder) {
-  DetectionEvent event{1, "i", "u", 2, 3, "n", "m", -4.0, -5.0, 6.0, "far"};
-  const EncodableMap map = std::move(event).toMap();
-  EncodableMap expected{{"proximity", "far"},
-                        {"distance", 6.0},
-                        {"txPower", -5.0},
-                        {"rssi", -4.0},
-                        {"mac", "m"},
-                        {"name", "n"},
-                        {"minorId", std::int64_t{3}},
-                        {"majorId", std::int64_t{2}},
-                        {"uuid", "u"},
-                        {"identifier", "i"},
-                        {"ts", std::int64_t{1}}};
-  EXPECT_TRUE(map == expected);
-  expected.emplace_back("more", true);
-  EXPECT_FALSE(map == expected);
 }
 
 TEST(Timestamp, DropsTheFractionAndStaysWithin64Bits) {

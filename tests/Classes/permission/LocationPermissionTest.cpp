@@ -29,13 +29,6 @@ class PermissionRequest : public PluginTest {
   int answers = 0;
 };
 
-TEST_F(PermissionRequest, DropsAnEarlierOneThatStillWaits) {
-  const auto first = request();
-  const auto second = request();
-  EXPECT_TRUE(first.expired());
-  EXPECT_FALSE(second.expired());
-}
-
 TEST_F(PermissionRequest, DropsAnEarlierOneWhenItIsAnsweredAtOnce) {
   Messenger otherMessenger;
   Registrar registrar(otherMessenger);
@@ -65,17 +58,6 @@ TEST_F(PermissionRequest, TakesAnAnswerThatComesWhileItAsks) {
   };
   EXPECT_TRUE(request().expired());
   EXPECT_EQ(answers, 1);
-}
-
-TEST_F(PermissionRequest, IsAnsweredOnceAndThenForgotten) {
-  const auto waiting = request();
-  phone->location().changeAuthorization(CLAuthorizationStatus::denied);
-  phone->location().changeAuthorization(CLAuthorizationStatus::authorizedAlways);
-  EXPECT_EQ(answers, 1);
-  EXPECT_TRUE(waiting.expired());
-  const auto answeredAtOnce = request();
-  EXPECT_EQ(answers, 2);
-  EXPECT_TRUE(answeredAtOnce.expired());
 }
 
 }  // namespace

@@ -5,25 +5,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-class WithholdingPhone : public PhoneTest {
- protected:
-  WithholdingPhone() {
-    Phone::Setup setup;
-    setup.withholdsBeacons = true;
-    start(setup);
-    managers->central->scanForPeripherals(std::nullopt, {});
-  }
-};
-
-TEST_F(WithholdingPhone, HandsNoIBeaconFrameToAScan) {
-  hear(named("Lamp") + made(beaconFrame()));
-  EXPECT_EQ(told(), Lines{});
-  hear(named("Lamp"), -60, kScanResponse);
-  EXPECT_EQ(told(), Lines{"found Lamp -"}) << "what the scan response brings is no frame";
-  hear(made(hex("5900 01")));
-  EXPECT_EQ(told(), Lines{"found Lamp 590001"});
-}
-
 class Scan : public PhoneTest {
  protected:
   Scan() { managers->central->scanForPeripherals(std::nullopt, {}); }
@@ -39,20 +20,6 @@ TEST_F(Scan, DiscoversAnUnchangedDeviceOnceASecond) {
     pass(1us);
     hear(named("Lamp"));
     EXPECT_EQ(told(), Lines{"found Lamp -"});
-  }
-}
-
-TEST_F(Scan, DiscoversAChangedDeviceAtOnce) {
-  const std::pair<Bytes, const char*> cases[] = {
-      {named("Lamp") + made(hex("590001")), "found Lamp 590001"},
-      {named("Lamp") + made(hex("590002")), "found Lamp 590002"},
-      {named("Lamp"), "found Lamp -"},
-      {named("Torch"), "found Torch -"},
-  };
-  for (const auto& [data, expected] : cases) {
-    hear(data);
-    hear(data);
-    EXPECT_EQ(told(), Lines{expected});
   }
 }
 
@@ -80,15 +47,6 @@ TEST_F(Scan, SeesTheScanResponseBehindTheAdvertisementBefore16Dot4) {
     hear(made(hex("590002")), -60, kScanResponse);
     EXPECT_EQ(told().back(), minor == 3 ? "found - 590001590002" : "found - 590001");
   }
-}
-
-TEST_F(Scan, HearsNothingWhileBluetoothIsOff) {
-  phone->bluetooth().changeState(CBManagerState::poweredOff);
-  hear(named("Lamp"));
-  EXPECT_EQ(told(), Lines{"state 4"});
-  phone->bluetooth().changeState(CBManagerState::poweredOn);
-  hear(named("Lamp"));
-  EXPECT_EQ(told(), (Lines{"state 5", "found Lamp -"}));
 }
 
 }  // namespace

@@ -1,6 +1,3 @@
-#include <string>
-#include <utility>
-
 #include "host/phone/Devices.hpp"
 #include "tests/host/phone/PhoneTest.hpp"
 
@@ -34,11 +31,7 @@ class DevicesSeen : public testing::Test {
 };
 
 TEST_F(DevicesSeen, ByWhatOneReportCarries) {
-  struct {
-    const char* what;
-    Bytes data;
-    const char* expected;
-  } const cases[] = {
+  const std::tuple<const char*, Bytes, const char*> cases[] = {
       {"nothing", {}, "-|-"},
       {"other structures", hex("020106 03FF4C00 03020F18"), "-|4C00"},
       {"the complete name wins", shortened("Lam") + named("Lamp") + shortened("La"), "Lamp|-"},

@@ -8,8 +8,6 @@
 #include <cstdint>
 #include <optional>
 #include <sstream>
-#include <string>
-#include <string_view>
 #include <thread>
 
 #include "host/scenario/Desk.hpp"

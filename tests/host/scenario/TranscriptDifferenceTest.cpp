@@ -39,43 +39,35 @@ TEST(TranscriptDifference, IsFollowedByTheNextOnesBehindMissingAndUnexpectedLine
     }
     return places;
   };
-  struct Case {
-    const char* expected;
-    const char* actual;
-    const char* places;
+  const std::tuple<const char*, const char*, const char*> cases[] = {
+      {"abcdef", "abcdef", ""},
+      {"abcdef", "abXdef", "3 "},
+      {"abcdef", "abdeXf", "3 6 "},
+      {"abcdefg", "aXcXeXX", "2 4 6 "},
+      {"abcdefghi", "XbXdXfXhX", "1 3 5 "},
+      {"abc", "xyzw", "1 2 3 "},
+      {"abc", "abcdef", "4 "},
+      {"abcdef", "a", "2 "},
   };
-  for (const auto& [expected, actual, places] : std::vector<Case>{
-           {"abcdef", "abcdef", ""},
-           {"abcdef", "abXdef", "3 "},
-           {"abcdef", "abdeXf", "3 6 "},
-           {"abcdefg", "aXcXeXX", "2 4 6 "},
-           {"abcdefghi", "XbXdXfXhX", "1 3 5 "},
-           {"abc", "xyzw", "1 2 3 "},
-           {"abc", "abcdef", "4 "},
-           {"abcdef", "a", "2 "},
-       }) {
+  for (const auto& [expected, actual, places] : cases) {
     EXPECT_EQ(placesOf(expected, actual), places) << expected << " " << actual;
   }
 }
 
 TEST(TranscriptDifference, HoldsNumbersOfEventsToTheirKind) {
-  struct Case {
-    const char* expected;
-    const char* actual;
-    bool isEqual;
+  const std::tuple<const char*, const char*, bool> cases[] = {
+      {R"({"at": 0, "log": "a"})", R"({"log": "a", "at": 0.0})", true},
+      {R"({"at": 1.000001})", R"({"at": 1.000002})", false},
+      {R"({"event": {"ts": 1700000000000}})", R"({"event": {"ts": 1700000000001}})", false},
+      {R"({"event": {"rssi": -59.0}})", R"({"event": {"rssi": -59}})", false},
+      {R"({"event": {"distance": 2.0}})", R"({"event": {"distance": 2.00001}})", true},
+      {R"({"event": {"distance": 2.0}})", R"({"event": {"distance": 2.00003}})", false},
+      {R"({"event": {"distance": null}})", R"({"event": {"distance": 0.0}})", false},
+      {R"({"event": {"name": ""}})", R"({"event": {"name": "", "mac": ""}})", false},
+      {R"({"event": {"name": "", "mac": ""}})", R"({"event": {"name": ""}})", false},
+      {"", R"({"at": 0})", false},
   };
-  for (const auto& [expected, actual, isEqual] : std::vector<Case>{
-           {R"({"at": 0, "log": "a"})", R"({"log": "a", "at": 0.0})", true},
-           {R"({"at": 1.000001})", R"({"at": 1.000002})", false},
-           {R"({"event": {"ts": 1700000000000}})", R"({"event": {"ts": 1700000000001}})", false},
-           {R"({"event": {"rssi": -59.0}})", R"({"event": {"rssi": -59}})", false},
-           {R"({"event": {"distance": 2.0}})", R"({"event": {"distance": 2.00001}})", true},
-           {R"({"event": {"distance": 2.0}})", R"({"event": {"distance": 2.00003}})", false},
-           {R"({"event": {"distance": null}})", R"({"event": {"distance": 0.0}})", false},
-           {R"({"event": {"name": ""}})", R"({"event": {"name": "", "mac": ""}})", false},
-           {R"({"event": {"name": "", "mac": ""}})", R"({"event": {"name": ""}})", false},
-           {"", R"({"at": 0})", false},
-       }) {
+  for (const auto& [expected, actual, isEqual] : cases) {
     EXPECT_EQ(transcriptDifferences(expected, actual, "").empty(), isEqual) << expected << actual;
   }
 }
