@@ -54,28 +54,28 @@ void ExplainSession::tell() {
   output_.flush();
 }
 
-std::vector<const FoundDevice*> ExplainSession::devicesAskedFor() const {
+void ExplainSession::forEachAskedFor(const std::function<void(const FoundDevice&)>& tell) const {
   const std::string wanted = upperCased(options_.device.value_or(""));
-  std::vector<const FoundDevice*> devices;
+  bool isFound = false;
   for (const FoundDevice& device : findings().devices()) {
     if (!options_.device.has_value() || isMeant(device, wanted)) {
-      devices.push_back(&device);
+      tell(device);
+      isFound = true;
     }
   }
-  if (devices.empty()) {
-    throw InputError("--device '" + options_.device.value_or("") + "'",
+  if (options_.device.has_value() && !isFound) {
+    throw InputError("--device '" + *options_.device + "'",
                      "no such device was heard; leave it out, and give --all to see all " +
                          std::to_string(findings().devices().size()));
   }
-  return devices;
 }
 
 void ExplainSession::writeJson() {
   JsonWriter json(output_);
-  for (const FoundDevice* device : devicesAskedFor()) {
-    writeDevice(json, findings(), *device);
+  forEachAskedFor([&](const FoundDevice& device) {
+    writeDevice(json, findings(), device);
     json.put('\n');
-  }
+  });
   writeRun(json, findings());
   json.put('\n');
 }
@@ -94,10 +94,10 @@ void ExplainSession::writeText() {
     output_.buffer().append(findingsText(findings(), style));
     return;
   }
-  for (const FoundDevice* device : devicesAskedFor()) {
-    output_.buffer().append(storyText(findings(), *device, style));
+  forEachAskedFor([&](const FoundDevice& device) {
+    output_.buffer().append(storyText(findings(), device, style));
     output_.lineEnded();
-  }
+  });
 }
 
 }  // namespace nimbrel

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <vector>
+#include <functional>
 
 #include "host/base/Output.hpp"
 #include "host/base/WallClock.hpp"
@@ -22,7 +22,9 @@ class ExplainSession final : public FindingsSession {
   /// Writes the findings. Throws InputError if the device asked for was not heard.
   void tell() override;
 
-  [[nodiscard]] std::vector<const FoundDevice*> devicesAskedFor() const;
+  /// Calls `tell` for each device that the options ask for. Throws InputError if the only one asked
+  /// for was not heard.
+  void forEachAskedFor(const std::function<void(const FoundDevice&)>& tell) const;
   void writeJson();
   void writeText();
 

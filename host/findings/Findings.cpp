@@ -9,6 +9,7 @@
 #include "Classes/bluetooth/Admission.hpp"
 #include "Classes/model/EncodableAccess.hpp"
 #include "Classes/text/UuidText.hpp"
+#include "host/phone/AddressTable.hpp"
 #include "host/phone/Rules.hpp"
 
 namespace nimbrel {
@@ -58,13 +59,20 @@ std::string_view nameOf(Fate fate) {
   return kNames[static_cast<std::size_t>(fate)];
 }
 
-std::size_t BeaconIdentityHash::operator()(const BeaconIdentity& identity) const noexcept {
+std::uint64_t KeyHash::operator()(const DeviceAddress& address) const { return keyOf(address); }
+
+std::uint64_t KeyHash::operator()(const BeaconIdentity& identity) const {
   std::uint64_t low = 0;
   std::uint64_t high = 0;
   std::memcpy(&low, identity.uuid.bytes.data(), sizeof low);
   std::memcpy(&high, identity.uuid.bytes.data() + sizeof low, sizeof high);
   const std::uint64_t numbers = std::uint64_t{identity.major} << 16U | identity.minor;
-  return std::hash<std::uint64_t>()(low ^ high * 0x9E3779B97F4A7C15U ^ numbers << 20U);
+  return low ^ high * 0x9E3779B97F4A7C15U ^ numbers << 20U;
+}
+
+const FoundFrame* FoundDevice::lastFrame() const {
+  const auto place = std::ranges::find_if(frames, &FoundFrame::isLast);
+  return place == frames.end() ? nullptr : &*place;
 }
 
 std::vector<FoundFilter> foundFilters(const EncodableList& maps) {
@@ -92,13 +100,9 @@ Findings::Findings(const Setup& setup)
 
 std::size_t Findings::begin(const Advertisement& advertisement, MainQueue::Time now) {
   assert(device_ == nullptr);
-  const auto [place, isNew] = places_.tryEmplace(advertisement.address);
-  if (isNew) {
-    place = static_cast<std::uint32_t>(devices_.size());
-    devices_.emplace_back().address = advertisement.address;
-  }
-  place_ = place;
+  place_ = devices_.tryEmplace(advertisement.address).first;
   device_ = &devices_[place_];
+  frame_ = nullptr;
   takeTimes(*device_, advertisement, now);
   isAdmitted_ = hasEvent_ = false;
   fate_ = Fate::deaf;
@@ -109,10 +113,10 @@ void Findings::takeTimes(FoundDevice& device, const Advertisement& advertisement
                          MainQueue::Time now) {
   if (device.heard == 0) {
     device.first = advertisement.time;
-    device.firstAt = now;
-  } else if (now - device.lastAt >= kSilence) {
+  } else if (now - device.lastAt < kSilence) {
+    device.steadyTime += now - device.lastAt;
+  } else {
     device.silences += device.lastAt < jumpedAt_ ? 0 : 1;
-    device.silentTime += now - device.lastAt;
   }
   ++device.heard;
   device.last = advertisement.time;
@@ -125,45 +129,49 @@ void Findings::takeTimes(FoundDevice& device, const Advertisement& advertisement
   }
 }
 
-void Findings::takeManufacturerData(FoundDevice& device, const Reception& reception) {
+void Findings::takeManufacturerData(const Reception& reception) {
   if (!reception.manufacturerData.has_value() || reception.manufacturerData->size() < 2) {
     return;
   }
   const std::span<const std::uint8_t> data = *reception.manufacturerData;
-  device.hasManufacturerData = true;
-  device.company = frames::company(data);
+  device_->hasManufacturerData = true;
+  device_->company = frames::company(data);
   if (reception.iBeacon.has_value()) {
-    ++frameOf(device, *reception.iBeacon, false).heard;
+    frame_ = &frameOf(*reception.iBeacon, false);
   } else if (const auto altBeacon = frames::altBeacon(data)) {
-    ++frameOf(device, *altBeacon, true).heard;
+    frame_ = &frameOf(*altBeacon, true);
   } else if (data.size() >= 4) {
-    takeMisshape(device, data);
+    takeMisshape(*device_, data);
   }
 }
 
-FoundFrame& Findings::frameOf(FoundDevice& device, const BeaconFrame& read, bool isAltBeacon) {
+FoundFrame& Findings::frameOf(const BeaconFrame& read, bool isAltBeacon) {
   const BeaconIdentity identity{read.uuid, read.major, read.minor};
-  const auto isTheOne = [&](const FoundFrame& frame) {
-    return frame.identity == identity && frame.isAltBeacon == isAltBeacon;
-  };
-  // A device repeats itself, so that the last one is the likely one.
-  auto place = device.frames.begin() + device.lastFrame;
-  if (device.frames.empty() || !isTheOne(*place)) {
-    place = std::ranges::find_if(device.frames, isTheOne);
+  FoundFrame* found = nullptr;
+  auto end = device_->frames.before_begin();
+  std::size_t count = 0;
+  for (FoundFrame& frame : device_->frames) {
+    frame.isLast = false;
+    if (frame.identity == identity && frame.isAltBeacon == isAltBeacon) {
+      found = &frame;
+    }
+    ++end;
+    ++count;
+  }
+  if (found == nullptr) {
     // A device that sends other numbers each time is no beacon to count: the last place is reused.
     constexpr std::size_t kFramesAtMost = 1000;
-    if (place == device.frames.end() && device.frames.size() >= kFramesAtMost) {
-      place = device.frames.end() - 1;
-      *place = {};
-    } else if (place == device.frames.end()) {
-      place = device.frames.emplace(place);
+    if (count < kFramesAtMost) {
+      end = device_->frames.emplace_after(end);
     }
-    place->identity = identity;
-    place->isAltBeacon = isAltBeacon;
-    device.lastFrame = static_cast<std::uint16_t>(place - device.frames.begin());
+    found = &*end;
+    *found = {identity};
+    found->isAltBeacon = isAltBeacon;
   }
-  place->measuredPower = read.measuredPower;
-  return *place;
+  found->isLast = true;
+  found->measuredPower = read.measuredPower;
+  ++found->heard;
+  return *found;
 }
 
 void Findings::discovered(const CBPeripheral& peripheral, const CBAdvertisementData& data) {
@@ -172,7 +180,7 @@ void Findings::discovered(const CBPeripheral& peripheral, const CBAdvertisementD
 
 void Findings::heard(const Reception& reception) {
   assert(device_ != nullptr);
-  takeManufacturerData(*device_, reception);
+  takeManufacturerData(reception);
   const std::optional<std::string_view>& name = reception.name;
   if (name.has_value() && (!device_->isNamed || device_->name != *name)) {
     device_->isNamed = true;
@@ -210,18 +218,22 @@ Fate Findings::rangedFate(RangingOutcome outcome) {
     case RangingOutcome::ranged:
       break;
   }
-  FoundFrame& frame = device_->frames[device_->lastFrame];
-  if (frame.verdict == Verdict::unread) {
-    frame.verdict = verdictOn(frame.identity);
+  assert(frame_ != nullptr);
+  if (frame_->verdict == Verdict::unread) {
+    frame_->verdict = verdictOn(frame_->identity);
   }
   if (outcome == RangingOutcome::unranged) {
-    return frame.verdict == Verdict::otherUuid ? Fate::otherUuid : Fate::deaf;
+    return frame_->verdict == Verdict::otherUuid ? Fate::otherUuid : Fate::deaf;
   }
-  if (frame.verdict != Verdict::accepted) {
+  if (frame_->verdict != Verdict::accepted) {
     return Fate::refused;
   }
-  countRanged(acceptanceOf(frame.identity));
+  countRanged(*frame_);
   return Fate::ranged;
+}
+
+std::size_t Findings::firstAcceptingOf(const BeaconIdentity& identity) const {
+  return firstAccepting(filters_, UuidText(identity.uuid), identity.major, identity.minor);
 }
 
 Verdict Findings::verdictOn(const BeaconIdentity& identity) const {
@@ -229,32 +241,15 @@ Verdict Findings::verdictOn(const BeaconIdentity& identity) const {
   if (std::ranges::none_of(filters_, asksFor)) {
     return Verdict::otherUuid;
   }
-  const UuidText uuid(identity.uuid);
-  return firstAccepting(filters_, uuid, identity.major, identity.minor) < filters_.size()
-             ? Verdict::accepted
-             : Verdict::refused;
+  return firstAcceptingOf(identity) < filters_.size() ? Verdict::accepted : Verdict::refused;
 }
 
-Findings::Acceptance& Findings::acceptanceOf(const BeaconIdentity& identity) {
-  const auto [place, isNew] = acceptances_.try_emplace(identity);
-  Acceptance& acceptance = place->second;
+void Findings::countRanged(FoundFrame& frame) {
+  const auto [place, isNew] = beacons_.tryEmplace(frame.identity);
+  FoundBeacon& beacon = beacons_[place];
   if (isNew) {
-    const UuidText uuid(identity.uuid);
-    const std::size_t filter = firstAccepting(filters_, uuid, identity.major, identity.minor);
-    acceptance.filter = filter < filters_.size() ? static_cast<std::uint32_t>(filter) : kNone;
+    beacon.filter = static_cast<std::uint32_t>(firstAcceptingOf(frame.identity));
   }
-  return acceptance;
-}
-
-void Findings::countRanged(Acceptance& acceptance) {
-  FoundFrame& frame = device_->frames[device_->lastFrame];
-  if (acceptance.beacon == kNone) {
-    acceptance.beacon = static_cast<std::uint32_t>(beacons_.size());
-    FoundBeacon& beacon = beacons_.emplace_back();
-    beacon.identity = frame.identity;
-    beacon.filter = acceptance.filter;
-  }
-  FoundBeacon& beacon = beacons_[acceptance.beacon];
   beacon.lastDevice = place_;
   ++beacon.heard;
   if (!frame.isRanged) {
@@ -276,19 +271,20 @@ std::optional<std::size_t> Findings::received(const EncodableMap& event) {
   }
   const auto uuid = parseUuid(*valueFor<std::string>(event, "uuid"));
   assert(uuid.has_value());
-  const Acceptance& acceptance =
-      acceptanceOf({*uuid, static_cast<std::uint16_t>(*integerFor(event, "majorId")),
-                    static_cast<std::uint16_t>(*integerFor(event, "minorId"))});
-  if (acceptance.filter == kNone) {
+  const BeaconIdentity identity{*uuid, static_cast<std::uint16_t>(*integerFor(event, "majorId")),
+                                static_cast<std::uint16_t>(*integerFor(event, "minorId"))};
+  const std::optional<std::uint32_t> place = beacons_.find(identity);
+  const std::size_t filter =
+      place.has_value() ? beacons_[*place].filter : firstAcceptingOf(identity);
+  if (filter == filters_.size()) {
     throw std::logic_error(
         "an event came that no filter accepts; this is a fault of nimbrel, please report it");
   }
-  ++filters_[acceptance.filter].events;
-  if (acceptance.beacon == kNone) {
-    ++unheardEvents_;
+  ++filters_[filter].events;
+  if (!place.has_value()) {
     return std::nullopt;
   }
-  FoundBeacon& beacon = beacons_[acceptance.beacon];
+  FoundBeacon& beacon = beacons_[*place];
   ++beacon.events;
   beacon.silent += *valueFor<double>(event, "rssi") == 0.0 ? 1 : 0;
   if (beacon.identifier == nullptr) {
@@ -339,7 +335,7 @@ void Findings::end(MainQueue::Time now) {
   std::uint64_t total = 0;
   std::uint64_t events = 0;
   bool isWhole = true;
-  for (const FoundDevice& device : devices_) {
+  for (const FoundDevice& device : devices()) {
     const std::uint64_t sum =
         std::accumulate(device.fates.begin(), device.fates.end(), std::uint64_t{0});
     isWhole = isWhole && sum == device.heard;

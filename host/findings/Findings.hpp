@@ -6,20 +6,20 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <forward_list>
 #include <map>
 #include <optional>
 #include <set>
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 #include "Classes/bluetooth/BeaconFrame.hpp"
 #include "Classes/model/BeaconFilter.hpp"
 #include "host/air/Advertisement.hpp"
 #include "host/base/MainQueue.hpp"
-#include "host/phone/AddressTable.hpp"
+#include "host/findings/OrderedTable.hpp"
 #include "host/phone/Request.hpp"
 #include "platform/Flutter.hpp"
 
@@ -52,8 +52,10 @@ struct BeaconIdentity {
   friend bool operator==(const BeaconIdentity&, const BeaconIdentity&) = default;
 };
 
-struct BeaconIdentityHash {
-  std::size_t operator()(const BeaconIdentity& identity) const noexcept;
+/// Of what devices and beacons are found by.
+struct KeyHash {
+  std::uint64_t operator()(const DeviceAddress& address) const;
+  std::uint64_t operator()(const BeaconIdentity& identity) const;
 };
 
 /// What the filters make of a beacon's identity.
@@ -65,6 +67,7 @@ struct FoundFrame {
   std::int8_t measuredPower = 0;  // dBm at one metre
   bool isAltBeacon = false;
   bool isRanged = false;  // whether a filter accepted it in a ranged region
+  bool isLast = false;    // whether it is the one that the device sent last
   Verdict verdict = Verdict::unread;
   std::uint32_t heard = 0;
 };
@@ -72,7 +75,8 @@ struct FoundFrame {
 /// What is nearly a beacon frame.
 enum class Misshape : std::uint8_t { none, tooShort, otherCompany };
 
-/// One device of the radio.
+/// One device of the radio. A recording may hold a million of them, so that it is kept small. Its
+/// counts do not overflow unnoticed: `Findings::end` compares their sums with the total.
 struct FoundDevice {
   DeviceAddress address;
   bool isNamed = false;
@@ -82,21 +86,21 @@ struct FoundDevice {
   std::int8_t rssiMin = 127;  // dBm
   std::int8_t rssiMax = -128;
   bool hasManufacturerData = false;
-  std::uint16_t company = 0;       // the last one
-  std::uint16_t lastFrame = 0;     // index of the frame heard last
+  std::uint16_t company = 0;  // the last one
+  std::uint32_t heard = 0;
+  std::array<std::uint32_t, kFates> fates{};
   std::uint32_t silences = 0;      // of ten seconds and more
   std::uint32_t rssiReadings = 0;  // 127 is none
   std::int64_t rssiSum = 0;
-  std::uint64_t heard = 0;
   std::chrono::microseconds first{};  // by the wall clock, since 1970
   std::chrono::microseconds last{};
-  MainQueue::Time firstAt{};  // by the run's time
-  MainQueue::Time lastAt{};
-  MainQueue::Time silentTime{};  // all of these silences together
-  std::array<std::uint32_t, kFates> fates{};
-  std::vector<FoundFrame> frames;
-  std::string name;  // in UTF-8
+  MainQueue::Time lastAt{};              // by the run's time
+  MainQueue::Time steadyTime{};          // from the first to the last, without those silences
+  std::forward_list<FoundFrame> frames;  // in the order in which they were first heard
+  std::string name;                      // in UTF-8
 
+  /// Null without any frame.
+  [[nodiscard]] const FoundFrame* lastFrame() const;
   /// In dBm. REQUIRES: there was a reading.
   [[nodiscard]] double rssiMean() const {
     return static_cast<double>(rssiSum) / static_cast<double>(rssiReadings);
@@ -192,39 +196,30 @@ class Findings {
   }
   [[nodiscard]] const std::vector<ClockJump>& jumps() const { return jumps_; }
   /// In the order in which they were first heard.
-  [[nodiscard]] const std::deque<FoundDevice>& devices() const { return devices_; }
+  [[nodiscard]] const std::deque<FoundDevice>& devices() const { return devices_.elements(); }
   [[nodiscard]] const std::vector<FoundFilter>& filters() const { return filters_; }
   /// In the order in which they were first ranged.
-  [[nodiscard]] const std::deque<FoundBeacon>& beacons() const { return beacons_; }
+  [[nodiscard]] const std::deque<FoundBeacon>& beacons() const { return beacons_.elements(); }
   /// The regions that the plug-in asked the phone to monitor, in that order.
   [[nodiscard]] const std::vector<CLBeaconRegion>& regions() const { return regions_; }
   /// Empty unless stories are kept.
   [[nodiscard]] const std::vector<Stretch>& storyOf(const FoundDevice& device) const;
 
  private:
-  static constexpr std::uint32_t kNone = UINT32_MAX;
-  /// Where to count a beacon.
-  struct Acceptance {
-    std::uint32_t filter = kNone;  // the first filter that accepts it
-    std::uint32_t beacon = kNone;  // its place among the beacons, once ranged
-  };
-
   void takeTimes(FoundDevice& device, const Advertisement& advertisement, MainQueue::Time now);
-  void takeManufacturerData(FoundDevice& device, const Reception& reception);
-  FoundFrame& frameOf(FoundDevice& device, const BeaconFrame& read, bool isAltBeacon);
+  void takeManufacturerData(const Reception& reception);
+  FoundFrame& frameOf(const BeaconFrame& read, bool isAltBeacon);
+  [[nodiscard]] std::size_t firstAcceptingOf(const BeaconIdentity& identity) const;
   [[nodiscard]] Verdict verdictOn(const BeaconIdentity& identity) const;
-  Acceptance& acceptanceOf(const BeaconIdentity& identity);
   Fate rangedFate(RangingOutcome outcome);
-  void countRanged(Acceptance& acceptance);
+  void countRanged(FoundFrame& frame);
   void tell(const FoundDevice& device, Fate fate);
 
   bool withholdsBeacons_;
   bool keepsStories_;
   std::vector<FoundFilter> filters_;
-  std::deque<FoundDevice> devices_;
-  AddressTable<std::uint32_t> places_;  // in devices_
-  std::unordered_map<BeaconIdentity, Acceptance, BeaconIdentityHash> acceptances_;
-  std::deque<FoundBeacon> beacons_;
+  OrderedTable<FoundDevice, &FoundDevice::address, KeyHash> devices_;
+  OrderedTable<FoundBeacon, &FoundBeacon::identity, KeyHash> beacons_;
   std::set<std::string> identifiers_;  // of beacons, which share a few
   std::map<const FoundDevice*, std::vector<Stretch>> stories_;
   std::vector<ClockJump> jumps_;
@@ -232,12 +227,13 @@ class Findings {
   std::vector<CLBeaconRegion> regions_;
   std::uint64_t advertisements_ = 0;
   std::uint64_t events_ = 0;
-  std::uint64_t unheardEvents_ = 0;  // those that no advertisement led to
+  std::uint64_t unheardEvents_ = 0;  // in generic mode, those that no advertisement led to
   MainQueue::Time length_{};
 
   // The advertisement between `begin` and `settle`.
   FoundDevice* device_ = nullptr;
   std::uint32_t place_ = 0;
+  FoundFrame* frame_ = nullptr;  // of the device; null if there is none in the advertisement
   bool isAdmitted_ = false;
   bool hasEvent_ = false;
   Fate fate_ = Fate::deaf;

@@ -21,22 +21,22 @@ void addIdentity(Members& members, const BeaconIdentity& identity) {
 
 /// The last frame under the device's own keys, and all of them if there are several.
 void addFrames(Members& members, const FoundDevice& device) {
-  if (device.frames.empty()) {
+  const FoundFrame* last = device.lastFrame();
+  if (last == nullptr) {
     for (const char* key : {"frame", "uuid", "majorId", "minorId", "txPower"}) {
       members.null(key);
     }
   } else {
-    const FoundFrame& last = device.frames[device.lastFrame];
-    members.plain("frame", last.isAltBeacon ? "AltBeacon" : "iBeacon");
-    addIdentity(members, last.identity);
-    members.integer("txPower", last.measuredPower);
+    members.plain("frame", last->isAltBeacon ? "AltBeacon" : "iBeacon");
+    addIdentity(members, last->identity);
+    members.integer("txPower", last->measuredPower);
   }
   if (device.hasManufacturerData) {
     members.integer("company", device.company);
   } else {
     members.null("company");
   }
-  if (device.frames.size() > 1) {
+  if (std::ranges::distance(device.frames) > 1) {
     members.array("beacons", device.frames, [](JsonWriter& json, const FoundFrame& frame) {
       Members beacon(json);
       addIdentity(beacon, frame.identity);

@@ -78,13 +78,13 @@ std::string frameText(const FoundDevice& device) {
   if (device.frames.empty()) {
     return {};
   }
-  const FoundFrame& last = device.frames[device.lastFrame];
+  const FoundFrame& last = *device.lastFrame();
   std::string text = last.isAltBeacon ? "AltBeacon " : "iBeacon ";
   text.append(UuidText(last.identity.uuid));
   text.append("/").append(std::to_string(last.identity.major));
   text.append("/").append(std::to_string(last.identity.minor));
-  if (device.frames.size() > 1) {
-    text.append(" and ").append(std::to_string(device.frames.size() - 1)).append(" more");
+  if (const auto others = std::ranges::distance(device.frames) - 1; others > 0) {
+    text.append(" and ").append(std::to_string(others)).append(" more");
   }
   return text;
 }

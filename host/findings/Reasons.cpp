@@ -69,10 +69,6 @@ std::string listed(const Texts& texts, std::string_view last = "and") {
   return list;
 }
 
-const FoundFrame* lastFrame(const FoundDevice& device) {
-  return device.frames.empty() ? nullptr : &device.frames[device.lastFrame];
-}
-
 const FoundFrame* frameOfKind(const FoundDevice& device, bool isAltBeacon) {
   const auto isOfKind = [=](const FoundFrame& each) { return each.isAltBeacon == isAltBeacon; };
   const auto place = std::ranges::find_if(device.frames, isOfKind);
@@ -156,7 +152,7 @@ Reason withheldFromScan(const FoundDevice& device) {
 Reason deaf(const Findings& findings, const FoundDevice& device) {
   const std::string head =
       counted(device.count(Fate::deaf), "advertisement") + " met nobody who listened: ";
-  const FoundFrame* frame = lastFrame(device);
+  const FoundFrame* frame = device.lastFrame();
   if (!findings.isGeneric() && frame != nullptr) {
     const auto& regions = findings.regions();
     const auto own = std::ranges::find(regions, frame->identity.uuid, &CLBeaconRegion::uuid);
@@ -332,8 +328,7 @@ void addSignal(const Findings& findings, const FoundDevice& device, std::vector<
     return;
   }
   const auto gaps = static_cast<std::int64_t>(device.heard - 1 - device.silences);
-  const MainQueue::Time interval =
-      gaps > 0 ? (device.lastAt - device.firstAt - device.silentTime) / gaps : MainQueue::Time(0);
+  const MainQueue::Time interval = gaps > 0 ? device.steadyTime / gaps : MainQueue::Time(0);
   const double mean = device.rssiReadings == 0 ? 0.0 : device.rssiMean();
   constexpr double kEdgeOfHearing = -85.0;  // dBm; receivers hear down to some -95
   if (device.silences >= 2 && mean < kEdgeOfHearing && interval < std::chrono::seconds(5)) {

@@ -67,11 +67,13 @@ TEST_F(Explain, GivesEveryAdvertisementOfFilterModeItsFate) {
               report(0.8, "03", iBeacon("00010002", kOtherDigits)) +
               report(0.9, "04", named("Lamp")) + report(1.1, "05", maker("590001")) +
               report(1.2, "05", iBeacon(), -60, kScanResponse) + report(3.5, "04", named("Lamp")),
-          {"--filter", std::string(kUuid) + "/1=Desk", "--filter", std::string(kUuid) + "/1/2"});
+          {"--filter", std::string(kUuid) + "/9", "--filter", std::string(kUuid) + "/1=Desk",
+           "--filter", std::string(kUuid) + "/1/2"});
   EXPECT_EQ(fates(), R"({"ranged":2} {"ranged":1,"refused":1} {"otherUuid":1} {"noIBeacon":2})"
                      R"( {"noIBeacon":1,"withheld":1})");
   EXPECT_FALSE(devices[0].contains("events"));
   EXPECT_EQ(run["filters"], Json::parse(R"([
+      {"filter": "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0/9", "events": 0},
       {"filter": "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0/1=Desk", "events": 4},
       {"filter": "E2C56DB5-DFFB-48D2-B060-D0F5A71096E0/1/2", "events": 0}])"));
   EXPECT_EQ(run["beacons"], Json::parse(R"([
@@ -225,6 +227,9 @@ TEST_F(Explain, SaysNothingWhereAllIsWell) {
   }
   explain(records + report(38.9, "02", maker("590001")));
   EXPECT_EQ(said(), "[][][]");
+  // Eleven seconds are not long for a device that advertises each nine.
+  explain(often(maker("590001"), {0, 9}, -60) + report(20, "02", maker("590001")));
+  EXPECT_EQ(said(), "[][][]");
 }
 
 std::string explained(const Bytes& records, std::vector<std::string> options) {
@@ -260,10 +265,11 @@ TEST(ExplainText, TellsOfTheMostSurprisingFirstAndSumsUpTheRest) {
 
 TEST(ExplainText, FitsAScreen) {
   Bytes records;
-  for (const char* device : {"01", "02", "03", "04", "05", "06", "07", "08", "09", "0A", "0B"}) {
+  for (const char* device :
+       {"01", "02", "03", "04", "05", "06", "07", "08", "09", "0A", "0B", "0C", "0D"}) {
     records = records + report(0, device, iBeacon());
   }
-  const std::string shown = explained(records, {"--filter", kUuid, "--filter", kOther});
+  const std::string shown = explained(records + records, {"--filter", kUuid, "--filter", kOther});
   EXPECT_TRUE(has(shown, "\n  6 more devices: detected\n"));
 }
 
