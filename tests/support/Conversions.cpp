@@ -1,18 +1,10 @@
 #include "tests/support/Conversions.hpp"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <fstream>
 #include <iterator>
-#include <memory>
-#include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
-#include <sstream>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "Classes/bluetooth/BeaconFrame.hpp"
 #include "Classes/model/EncodableAccess.hpp"
@@ -25,15 +17,13 @@
 #include "host/scenario/AirPart.hpp"
 #include "host/scenario/Conversion.hpp"
 #include "host/scenario/ScenarioWriter.hpp"
-#include "tests/host/air/Bytes.hpp"
-#include "tests/support/Command.hpp"
+#include "tests/support/Reports.hpp"
 #include "tests/support/Transcripts.hpp"
 
 namespace nimbrel::testing_support {
 
 namespace {
 
-using Json = nlohmann::json;
 using Events = std::vector<Json>;
 
 /// An application that keeps its events.
@@ -86,12 +76,11 @@ std::string scenarioOf(std::span<const std::uint8_t> recording,
 }
 
 Events simulated(const std::string& scenario) {
-  std::istringstream lines(
-      written([&](Output& output) { playScenario(Scenario::parse(scenario, "s"), output); }));
+  const auto play = [&](Output& output) { playScenario(Scenario::parse(scenario, "s"), output); };
   Events events;
-  for (std::string line; std::getline(lines, line);) {
-    if (const Json json = Json::parse(line); json.contains("event")) {
-      events.push_back(json["event"]);
+  for (const Json& line : jsonLines(written(play))) {
+    if (line.contains("event")) {
+      events.push_back(line["event"]);
     }
   }
   return events;

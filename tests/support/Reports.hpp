@@ -37,7 +37,8 @@ inline Bytes report(double seconds, const char* last, const Bytes& data, int rss
 
 inline Bytes maker(const std::string& digits) { return made(hex(digits)); }
 /// `numbers` are the digits of major and minor.
-inline Bytes iBeacon(const std::string& numbers = "00010002", const std::string& uuid = kUuidDigits) {
+inline Bytes iBeacon(const std::string& numbers = "00010002",
+                     const std::string& uuid = kUuidDigits) {
   return maker("4C000215" + uuid + numbers + "C5");
 }
 inline Bytes altBeacon(const std::string& company = "1801") {
@@ -54,6 +55,14 @@ inline Outcome runOver(const Bytes& records, std::vector<std::string> options,
                        const char* command) {
   options.insert(options.begin(), {command, "-"});
   return runCommand(options, recording(records));
+}
+
+/// Holds `json` to the entries of `expected`, a JSON object, and lets it have more.
+inline void expectEntries(const Json& json, const char* expected) {
+  const Json entries = Json::parse(expected);
+  for (const auto& [key, value] : entries.items()) {
+    EXPECT_EQ(json.value(key, Json()), value) << key;
+  }
 }
 
 inline std::vector<Json> jsonLines(const std::string& text) {

@@ -4,8 +4,6 @@
 #include <filesystem>
 #include <fstream>
 #include <future>
-#include <string>
-#include <vector>
 
 #include "host/air/Capture.hpp"
 #include "host/base/InputError.hpp"

@@ -1,8 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <string>
-#include <vector>
-
 #include "host/air/HciEvents.hpp"
 #include "tests/host/air/Bytes.hpp"
 
@@ -11,11 +8,8 @@ namespace {
 
 using Heard = std::vector<std::string>;
 
-struct Case {
-  const char* what;
-  std::string parameters;
-  Heard expected;
-};
+/// What it shows, the parameters, and what is heard.
+using Case = std::tuple<const char*, std::string, Heard>;
 
 /// An extended report of the device 112233445566 from its advertising set `set`.
 std::string extended(const std::string& eventType, const std::string& addressType,

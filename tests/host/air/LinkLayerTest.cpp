@@ -1,9 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <string>
 #include <utility>
-#include <vector>
 
 #include "host/air/LinkLayer.hpp"
 #include "host/air/LinkLayerHeaders.hpp"
@@ -30,11 +28,7 @@ std::string heard(Hold hold, const std::string& digits, bool isCut = false) {
 }
 
 TEST(LinkLayer, HearsWhatAdvertises) {
-  struct {
-    const char* what;
-    const char* pdu;
-    const char* expected;
-  } const cases[] = {
+  const std::tuple<const char*, const char*, const char*> cases[] = {
       {"ADV_IND", "40 09 665544332211 020106", "112233445566 random 127 020106"},
       {"ADV_IND, public", "20 09 665544332211 020106", "112233445566 public 127 020106"},
       {"ADV_NONCONN_IND", "42 06 665544332211", "112233445566 random 127 "},
@@ -67,39 +61,31 @@ TEST(LinkLayer, GoesByTheHeadersOfSniffers) {
   const std::string wrong = "D6BE898E 4006665544332211 FD6B2B";
   const std::string codedPdu = "D6BE898E 00 4006665544332211 FD6B2A";
   const std::string rest = "25 3C 0000 00000000" + pdu;
+  const char* const heard60 = "112233445566 random -60 ";
+  const char* const heard127 = "112233445566 random 127 ";
   const Hold radio = holdWithRadioHeader;
   const Hold nordic = holdFromNordicSniffer;
-  struct {
-    const char* what;
-    Hold hold;
-    std::string digits;
-    const char* expected;
-  } const cases[] = {
-      {"signal", radio, "00 C4 80 00 00000000 0300" + pdu, "112233445566 random -60 "},
-      {"no signal", radio, "00 C4 80 00 00000000 0100" + pdu, "112233445566 random 127 "},
-      {"right checksum", radio, "00 C4 80 00 00000000 030C" + pdu, "112233445566 random -60 "},
+  const std::tuple<const char*, Hold, std::string, const char*> cases[] = {
+      {"signal", radio, "00 C4 80 00 00000000 0300" + pdu, heard60},
+      {"no signal", radio, "00 C4 80 00 00000000 0100" + pdu, heard127},
+      {"right checksum", radio, "00 C4 80 00 00000000 030C" + pdu, heard60},
       {"wrong checksum", radio, "00 C4 80 00 00000000 0304" + pdu, "damaged"},
       {"not checked, but wrong", radio, "00 C4 80 00 00000000 0300" + wrong, "damaged"},
       {"said to be checked, but not", radio, "00 C4 80 00 00000000 0308" + wrong, "damaged"},
-      {"checked where it was received", radio, "00 C4 80 00 00000000 030C" + wrong,
-       "112233445566 random -60 "},
-      {"coded PHY", radio, "00 C4 80 00 00000000 0380" + codedPdu, "112233445566 random -60 "},
+      {"checked where it was received", radio, "00 C4 80 00 00000000 030C" + wrong, heard60},
+      {"coded PHY", radio, "00 C4 80 00 00000000 0380" + codedPdu, heard60},
       {"connection", radio, "00 C4 80 00 00000000 0300 11223344 4006665544332211", "nothing"},
       {"cut", radio, "00 C4 80 00 0000", "nothing"},
-      {"version 0", nordic, "FE 06 0100 0000 19 0A 01" + rest, "112233445566 random -60 "},
-      {"version 1", nordic, "FE 06 19 01 0100 06 0A 01" + rest, "112233445566 random -60 "},
-      {"version 2", nordic, "FE 1900 02 0100 06 0A 01" + rest, "112233445566 random -60 "},
-      {"version 3", nordic, "FE 1900 03 0100 02 0A 01" + rest, "112233445566 random -60 "},
-      {"coded PHY", nordic, "FE 1A00 03 0100 02 0A 21 25 3C 0000 00000000" + codedPdu,
-       "112233445566 random -60 "},
+      {"version 0", nordic, "FE 06 0100 0000 19 0A 01" + rest, heard60},
+      {"version 1", nordic, "FE 06 19 01 0100 06 0A 01" + rest, heard60},
+      {"version 2", nordic, "FE 1900 02 0100 06 0A 01" + rest, heard60},
+      {"version 3", nordic, "FE 1900 03 0100 02 0A 01" + rest, heard60},
+      {"coded PHY", nordic, "FE 1A00 03 0100 02 0A 21 25 3C 0000 00000000" + codedPdu, heard60},
       {"wrong checksum", nordic, "FE 1900 03 0100 02 0A 00" + rest, "damaged"},
-      {"no type, in version 2", nordic, "FE 1900 02 0100 00 0A 01" + rest,
-       "112233445566 random -60 "},
+      {"no type, in version 2", nordic, "FE 1900 02 0100 00 0A 01" + rest, heard60},
       {"no type, in version 3", nordic, "FE 1900 03 0100 00 0A 01" + rest, "nothing"},
-      {"no signal", nordic, "FE 1900 02 0100 00 0A 01 25 00 0000 00000000" + pdu,
-       "112233445566 random 127 "},
-      {"longer header", nordic, "FE 1900 02 0100 06 0B 01 25 3C 0000 00000000 FF" + pdu,
-       "112233445566 random -60 "},
+      {"no signal", nordic, "FE 1900 02 0100 00 0A 01 25 00 0000 00000000" + pdu, heard127},
+      {"longer header", nordic, "FE 1900 02 0100 06 0B 01 25 3C 0000 00000000 FF" + pdu, heard60},
       {"not a packet", nordic, "FE 1900 03 0100 05 0A 01" + rest, "nothing"},
       {"no header", nordic, "FE 0000 03 0100 02 00", "nothing"},
       {"cut", nordic, "FE 1900", "nothing"},
@@ -112,11 +98,7 @@ TEST(LinkLayer, GoesByTheHeadersOfSniffers) {
 TEST(LinkLayer, ComparesTheChecksumWhereThereIsOne) {
   const std::string pdu = "D6BE898E 440A66554433221104095A5A";
   const std::string is = "112233445566 random 127 response 04095A5A";
-  struct {
-    std::string digits;
-    bool isCut;
-    std::string expected;
-  } const cases[] = {
+  const std::tuple<std::string, bool, std::string> cases[] = {
       {pdu + "76B9E3", false, is},
       {pdu + "76B9E3 00", false, is},
       {pdu + "76B9E2", false, "damaged"},
@@ -197,13 +179,7 @@ TEST_F(ExtendedAdvertising, IsPutTogetherAlongItsPointers) {
 
 TEST_F(ExtendedAdvertising, IsPutTogetherOnlyWhereThePointerLeads) {
   const std::string other = "07 05 03 08 3512 BB";
-  const struct {
-    const char* what;
-    double time;
-    std::string pdu;
-    std::uint8_t channel;
-    bool isJoined;
-  } cases[] = {
+  const std::tuple<const char*, double, std::string, std::uint8_t, bool> cases[] = {
       {"another set", 3, other, 18, false},
       {"no set", 3, "07 03 00 BBBB", 18, false},
       {"another channel", 3, last, 17, false},
@@ -279,12 +255,7 @@ TEST_F(ExtendedAdvertising, TakesNoMoreMemoryThanSomeMayHave) {
 
 TEST(LinkLayer, KnowsChannelsAndAnswersFromTheHeaders) {
   const std::string pdu = "D6BE898E 4006665544332211 FD6B2A";
-  const struct {
-    Hold hold;
-    std::string digits;
-    int channel;
-    bool isScanResponse;
-  } cases[] = {
+  const std::tuple<Hold, std::string, int, bool> cases[] = {
       {holdWithRadioHeader, "00 C4 80 00 00000000 8330", 37, true},
       {holdWithRadioHeader, "01 C4 80 00 00000000 8320", 0, false},
       {holdWithRadioHeader, "0B C4 80 00 00000000 0330", 10, false},

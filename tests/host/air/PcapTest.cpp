@@ -2,8 +2,6 @@
 
 #include <chrono>
 #include <functional>
-#include <string>
-#include <vector>
 
 #include "host/air/Pcap.hpp"
 #include "host/air/PcapNg.hpp"
@@ -107,11 +105,7 @@ TEST(PcapNg, ReadsSimpleAndOlderPackets) {
 }
 
 TEST(PcapNg, CountsTimeAsTheInterfaceSays) {
-  const struct {
-    Bytes options;
-    std::uint64_t stamp;
-    const char* expected;
-  } cases[] = {
+  const std::tuple<Bytes, std::uint64_t, const char*> cases[] = {
       {{}, 1'700'000'000'250'000, "1700000000.250000"},
       {option(little, 9, {0}), 7, "7.000000"},
       {option(little, 9, {3}), 7'008, "7.008000"},

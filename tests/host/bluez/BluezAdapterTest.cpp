@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <stdexcept>
-#include <vector>
 
 #include "host/bluez/BluezAdapter.hpp"
 #include "tests/support/FakeBluez.hpp"

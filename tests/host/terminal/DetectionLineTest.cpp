@@ -15,11 +15,15 @@
 namespace nimbrel {
 namespace {
 
+void useZone(const char* zone) {
+  setenv("TZ", zone, 1);
+  tzset();
+}
+
 std::string lineOf(DetectionEvent event, std::optional<std::size_t> columns = 94,
                    bool isColoured = false) {
   setlocale(LC_CTYPE, "C.UTF-8");
-  setenv("TZ", "UTC", 1);
-  tzset();
+  useZone("UTC");
   event.ts = 1700000000987;
   event.proximity = proximityWord(event.distance);
   std::string line;
@@ -53,18 +57,14 @@ TEST(DetectionLine, AlignsItsColumnsWhateverTheyHold) {
 
 TEST(DetectionLine, HasTheWholeIdentityIfThereIsRoom) {
   const std::string name = "A name of more than thirty-six letters";
-  struct Case {
-    std::optional<std::size_t> columns;
-    const char* uuid;
-    const char* name;
+  const std::tuple<std::optional<std::size_t>, const char*, const char*> cases[] = {
+      {94, "6E696D62…                 1/2  ", "A name of more than thi…  1/2  "},
+      {95, "6E696D62-7265-8C00-8001-C65544332211  1/2  ",
+       "A name of more than thirty-six lett…  1/2  "},
+      {std::nullopt, "6E696D62-7265-8C00-8001-C65544332211  1/2  ",
+       "A name of more than thirty-six letters  1/2  "},
   };
-  for (const auto& [columns, shownUuid, shownName] : std::vector<Case>{
-           {94, "6E696D62…                 1/2  ", "A name of more than thi…  1/2  "},
-           {95, "6E696D62-7265-8C00-8001-C65544332211  1/2  ",
-            "A name of more than thirty-six lett…  1/2  "},
-           {std::nullopt, "6E696D62-7265-8C00-8001-C65544332211  1/2  ",
-            "A name of more than thirty-six letters  1/2  "},
-       }) {
+  for (const auto& [columns, shownUuid, shownName] : cases) {
     for (const auto& [text, shown] : {std::pair(std::string(), shownUuid), {name, shownName}}) {
       DetectionEvent event = detection(text, -60.0, 0.25);
       event.majorId = 1;
@@ -75,8 +75,7 @@ TEST(DetectionLine, HasTheWholeIdentityIfThereIsRoom) {
 }
 
 TEST(DetectionLine, CarriesTheDateWhenTheDayChanges) {
-  setenv("TZ", "UTC", 1);
-  tzset();
+  useZone("UTC");
   DetectionLine line({});
   line.begin(1700006399999);  // the last millisecond of 2023-11-14
   std::string times;
@@ -91,8 +90,7 @@ TEST(DetectionLine, CarriesTheDateWhenTheDayChanges) {
 }
 
 TEST(DetectionLine, HasTheTimeOfTheMachinesZoneOrOfUtc) {
-  setenv("TZ", "CET-1", 1);
-  tzset();
+  useZone("CET-1");
   DetectionEvent event = detection("x", -60.0, 0.25);
   event.ts = 1700000000987;
   const EncodableMap map = std::move(event).toMap();

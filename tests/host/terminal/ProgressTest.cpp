@@ -1,5 +1,3 @@
-#include <gtest/gtest.h>
-
 #include "host/terminal/Progress.hpp"
 #include "tests/support/Terminal.hpp"
 

@@ -1,10 +1,8 @@
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <functional>
-#include <string_view>
 
 #include "host/terminal/Interrupt.hpp"
 #include "host/terminal/Screen.hpp"

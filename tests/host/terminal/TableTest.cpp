@@ -1,10 +1,6 @@
-#include <gtest/gtest.h>
-
 #include <chrono>
 #include <optional>
 #include <sstream>
-#include <string>
-#include <string_view>
 #include <vector>
 
 #include "host/terminal/Table.hpp"
