@@ -104,8 +104,7 @@ TEST(Archive, SaysWhyNothingInItIsUsed) {
   const std::pair<Bytes, std::string> cases[] = {
       {zip({kNote}),
        "a: is an archive and holds no recording that can be read; of Android, switch on the "
-       "Bluetooth HCI snoop log "
-       "before you take the bug report"},
+       "Bluetooth HCI snoop log before you take the bug report"},
       {zip({{"x", deep}}), "a: holds archives in archives, more than three deep; unpack it first"},
       {zip({{"x", seven}}, "encryption=zipcrypt"), "a: is encrypted; unpack it first"},
       {compressed(archive_write_add_filter_xz, seven + Bytes(70'000'000, 0)),

@@ -75,8 +75,7 @@ TEST(ScanOptions, RefuseWhatCannotBeUsedAndSayWhatToGive) {
        "--record-rotate is about the file of a recording; give --record FILE, too"},
       {{"--live", "--record", "f", "--record-rotate", "1T"},
        "--record-rotate '1T' is no size and no age; give for example 100M (k, M, G) or 24h (s, "
-       "min, "
-       "h, d)"},
+       "min, h, d)"},
       {{"--table", "--json"}, "--table and --json exclude each other; leave one of them out"},
   };
   for (const auto& [arguments, expected] : cases) {

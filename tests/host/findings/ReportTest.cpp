@@ -37,11 +37,10 @@ TEST(ReportJson, HasTheDevicesThatMatterFirstWithTheirSeries) {
       report(0.6, "05", maker("4C0002")) + report(0.7, "06", iBeacon("00010003", kOtherDigits));
   Json report = reported(records);
   EXPECT_EQ(order(report), "04 03 06 02 05 01 +0+1+2+3+4 missed 0 detected 5");
-  EXPECT_EQ(report["headline"], "6 devices, 3 beacons; 5 devices detected");
-  EXPECT_EQ(report["series"][0], Json::parse(R"({"device": 0, "readings": [[25, -60], [32, -71]],
-                            "detections": [[25, -60.0, 1.135]]})"));
-  EXPECT_EQ(report["step"], 0.015625);
-  EXPECT_EQ(report["bounds"], Json::parse("[0.5, 4.0]"));
+  expectEntries(report, R"({"headline": "6 devices, 3 beacons; 5 devices detected",
+                            "step": 0.015625, "bounds": [0.5, 4.0]})");
+  expectEntries(report["series"][0], R"({"device": 0, "readings": [[25, -60], [32, -71]],
+                                         "detections": [[25, -60.0, 1.135]]})");
 
   const std::string desk = std::string(kUuid) + "/1/3=Desk";
   report = reported(records, {"--filter", desk, "--filter", std::string(kUuid) + "/9"});
@@ -126,13 +125,12 @@ TEST(ReportJson, TellsOfAScenarioWithItsOwnApplicationAndPhone) {
 {"at": 8, "wait": true}
 )")
                       .output);
-  EXPECT_EQ(report["source"]["kind"], "scenario");
-  EXPECT_EQ(report["source"]["begin"], 1'700'000'000'000);
+  expectEntries(report["source"], R"({"kind": "scenario", "begin": 1700000000000})");
   // One that nothing listened to whenever it was heard comes before one that was detected.
   EXPECT_EQ(report["missed"], 1);
   EXPECT_EQ(report["devices"][0]["fates"], Json::parse(R"({"deaf": 1})"));
-  EXPECT_EQ(report["devices"][1]["fates"], Json::parse(R"({"ranged": 5, "deaf": 1})"));
-  EXPECT_EQ(report["devices"][1]["last"], 1'700'000'005'000);
+  expectEntries(report["devices"][1],
+                R"({"fates": {"ranged": 5, "deaf": 1}, "last": 1700000005000})");
   EXPECT_EQ(report["run"]["filters"][0]["filter"], std::string(kUuid).append("=Desk"));
   EXPECT_EQ(report["series"][1]["readings"].size(), 6U);
   EXPECT_EQ(lanesOf(report),
