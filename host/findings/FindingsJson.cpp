@@ -1,5 +1,6 @@
 #include "host/findings/FindingsJson.hpp"
 
+#include <array>
 #include <cstdint>
 #include <string_view>
 
@@ -23,7 +24,9 @@ void addIdentity(Members& members, const BeaconIdentity& identity) {
 void addFrames(Members& members, const FoundDevice& device) {
   const FoundFrame* last = device.lastFrame();
   if (last == nullptr) {
-    for (const char* key : {"frame", "uuid", "majorId", "minorId", "txPower"}) {
+    constexpr std::array<std::string_view, 5> kKeys = {"frame", "uuid", "majorId", "minorId",
+                                                       "txPower"};
+    for (const std::string_view key : kKeys) {
       members.null(key);
     }
   } else {

@@ -89,7 +89,7 @@ std::uint16_t bytesSwapped(std::uint16_t number) {
 
 /// What numbers on the air have to do with those that a filter asks for; empty for nothing.
 std::string numbersDifference(const BeaconFilter& filter, const BeaconIdentity& heard) {
-  const std::string uuid = text(heard.uuid);
+  const UuidText uuid(heard.uuid);
   if (filter.accepts(uuid, heard.minor, heard.major)) {
     return "major and minor are swapped";
   }
@@ -101,25 +101,31 @@ std::string numbersDifference(const BeaconFilter& filter, const BeaconIdentity& 
 
 // One device
 
+/// Those that say beacon, "a, b or c".
+std::string_view nameWords() {
+  static const std::string kWords = listed(kNameWords, "or");
+  return kWords;
+}
+
 std::string nameClause(const FoundDevice& device) {
-  return device.name.empty() ? "it has no name"
-                             : "its name, \"" + device.name + "\", has none of the words " +
-                                   listed(kNameWords, "or");
+  return device.name.empty()
+             ? "it has no name"
+             : joined({"its name, \"", device.name, "\", has none of the words ", nameWords()});
 }
 
 Reason notAdmitted(const FoundDevice& device) {
-  const std::string remedy =
-      " Generic mode detects devices with manufacturer data or such a word in the name: give it "
+  constexpr std::string_view kRemedy =
+      ". Generic mode detects devices with manufacturer data or such a word in the name: give it "
       "either, or make it an iBeacon and ask for it with a filter.";
   if (device.hasManufacturerData) {
     return {"manufacturer data came later than some advertisements",
-            counted(device.count(Fate::notAdmitted), "advertisement") +
-                " came without manufacturer data, and " + nameClause(device) + "." + remedy};
+            joined({counted(device.count(Fate::notAdmitted), "advertisement"),
+                    " came without manufacturer data, and ", nameClause(device), kRemedy})};
   }
+  const bool isNamed = !device.name.empty();
   return {"no manufacturer data, and no word in the name that says beacon",
-          "It sends no manufacturer data, and " + nameClause(device) +
-              (device.name.empty() ? " with one of the words " + listed(kNameWords, "or") : "") +
-              "." + remedy};
+          joined({"It sends no manufacturer data, and ", nameClause(device),
+                  isNamed ? "" : " with one of the words ", isNamed ? "" : nameWords(), kRemedy})};
 }
 
 Reason misshapen(const FoundDevice& device) {
@@ -225,10 +231,10 @@ Reason refused(const Findings& findings, const FoundDevice& device) {
     return {"numbers that no filter accepts", "No filter accepts its major and minor."};
   }
   return {"numbers that no filter accepts",
-          "Its UUID is asked for, but it sends " + numbers(shown->identity) + " and the filters " +
-              "ask for " + listed(asked, "or") + (difference.empty() ? "" : ": " + difference) +
-              ". Ask for --filter " + numbered(shown->identity) +
-              ", or set the numbers in the beacon's configuration."};
+          joined({"Its UUID is asked for, but it sends ", numbers(shown->identity),
+                  " and the filters ask for ", listed(asked, "or"), difference.empty() ? "" : ": ",
+                  difference, ". Ask for --filter ", numbered(shown->identity),
+                  ", or set the numbers in the beacon's configuration."})};
 }
 
 struct NearFilter {
@@ -489,6 +495,8 @@ void addRegions(const Findings& findings, std::vector<std::string>& reasons) {
 
 std::vector<Reason> reasonsFor(const Findings& findings, const FoundDevice& device) {
   std::vector<Reason> reasons;
+  constexpr std::size_t kUsually = 2;
+  reasons.reserve(kUsually);
   if (device.count(Fate::deaf) > 0) {
     reasons.push_back(deaf(findings, device));
   }
