@@ -5,7 +5,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Flutter.hpp"
+#include "platform/EncodableValue.hpp"
 
 namespace nimbrel {
 

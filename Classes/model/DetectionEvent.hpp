@@ -5,7 +5,7 @@
 #include <string_view>
 
 #include "platform/CoreLocation.hpp"
-#include "platform/Flutter.hpp"
+#include "platform/EncodableValue.hpp"
 
 namespace nimbrel {
 

@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "platform/Flutter.hpp"
+#include "platform/EncodableValue.hpp"
 
 namespace nimbrel {
 

@@ -9,7 +9,7 @@
 #include "host/engine/Application.hpp"
 #include "host/engine/Messenger.hpp"
 #include "host/phone/Phone.hpp"
-#include "platform/Flutter.hpp"
+#include "platform/EncodableValue.hpp"
 
 namespace nimbrel {
 

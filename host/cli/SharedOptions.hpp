@@ -9,7 +9,7 @@
 #include "host/cli/CommandLine.hpp"
 #include "host/cli/Recording.hpp"
 #include "host/phone/Phone.hpp"
-#include "platform/Flutter.hpp"
+#include "platform/EncodableValue.hpp"
 
 namespace nimbrel {
 

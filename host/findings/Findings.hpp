@@ -21,7 +21,7 @@
 #include "host/base/MainQueue.hpp"
 #include "host/findings/OrderedTable.hpp"
 #include "host/phone/Request.hpp"
-#include "platform/Flutter.hpp"
+#include "platform/EncodableValue.hpp"
 
 namespace nimbrel {
 

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "host/base/MainQueue.hpp"
-#include "platform/Flutter.hpp"
+#include "platform/EncodableValue.hpp"
 #include "platform/Foundation.hpp"
 
 namespace nimbrel {

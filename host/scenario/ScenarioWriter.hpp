@@ -6,7 +6,7 @@
 
 #include "host/base/Output.hpp"
 #include "host/scenario/AirListener.hpp"
-#include "platform/Flutter.hpp"
+#include "platform/EncodableValue.hpp"
 
 namespace nimbrel {
 

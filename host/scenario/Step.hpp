@@ -12,7 +12,7 @@
 #include "host/base/MainQueue.hpp"
 #include "platform/CoreBluetooth.hpp"
 #include "platform/CoreLocation.hpp"
-#include "platform/Flutter.hpp"
+#include "platform/EncodableValue.hpp"
 
 namespace nimbrel {
 

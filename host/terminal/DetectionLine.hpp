@@ -6,7 +6,7 @@
 #include <string_view>
 
 #include "host/base/WallClock.hpp"
-#include "platform/Flutter.hpp"
+#include "platform/EncodableValue.hpp"
 
 namespace nimbrel {
 

@@ -11,7 +11,7 @@
 #include "host/base/MainQueue.hpp"
 #include "host/base/Output.hpp"
 #include "host/terminal/Screen.hpp"
-#include "platform/Flutter.hpp"
+#include "platform/EncodableValue.hpp"
 
 namespace nimbrel {
 
