@@ -116,13 +116,13 @@ class NimbrelPlugin final : public FlutterPlugin,
   /// What the manufacturer data of one advertisement holds.
   struct DecodedAdvertisement {
     /// The first six bytes in hexadecimal digits, joined by colons; empty if there are fewer.
-    std::string mac;
+    PlainText mac;
     std::optional<BeaconFrame> frame;
   };
   /// Decodes manufacturer data and logs each step.
   DecodedAdvertisement decodeManufacturerData(std::span<const std::uint8_t> data,
                                               const std::optional<std::string>& name);
-  std::optional<std::string> searchMACPatternInDataSafe(std::span<const std::uint8_t> data);
+  std::optional<PlainText> searchMACPatternInDataSafe(std::span<const std::uint8_t> data);
 
   // model
 

@@ -64,7 +64,7 @@ EncodableValue value(Input& input, int depth) {
         EncodableValue name = key(input);
         bool isNew = true;
         for (const auto& entry : map) {
-          isNew = isNew && !(entry.key == name);
+          isNew = isNew && !(entry.key == EncodableKey(name));
         }
         EncodableValue held = value(input, depth - 1);
         if (isNew) {

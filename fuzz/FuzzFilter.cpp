@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                            std::string(rest.begin(), rest.end());
   try {
     const auto filter = std::get<EncodableMap>(parseFilter(text));
-    fuzz::require(parseUuid(*valueFor<std::string>(filter, "uuid")).has_value());
+    fuzz::require(parseUuid(*textFor(filter, "uuid")).has_value());
     for (const char* const key : {"majorId", "minorId"}) {
       const auto number = integerFor(filter, key);
       fuzz::require(!number || (*number >= 0 && *number <= 65535));

@@ -6,16 +6,18 @@
 
 namespace nimbrel {
 
-std::optional<std::string> NimbrelPlugin::searchMACPatternInDataSafe(
+std::optional<PlainText> NimbrelPlugin::searchMACPatternInDataSafe(
     std::span<const std::uint8_t> data) {
   constexpr std::size_t kMacSize = 6;
   if (data.size() < kMacSize) {
     return std::nullopt;
   }
-  std::string mac(kMacSize * 3 - 1, ':');
+  std::array<char, kMacSize * 3 - 1> characters;
+  characters.fill(':');
   for (std::size_t index = 0; index < kMacSize; ++index) {
-    appendHexByte(mac.data() + index * 3, data[index]);
+    appendHexByte(characters.data() + index * 3, data[index]);
   }
+  const PlainText mac(std::string_view(characters.data(), characters.size()));
   log("       - MAC candidate found in position 0: ", mac);
   return mac;
 }
@@ -24,7 +26,7 @@ NimbrelPlugin::DecodedAdvertisement NimbrelPlugin::decodeManufacturerData(
     std::span<const std::uint8_t> data, const std::optional<std::string>& name) {
   DecodedAdvertisement decoded;
   if (auto mac = searchMACPatternInDataSafe(data)) {
-    decoded.mac = std::move(*mac);
+    decoded.mac = *mac;
     log("   ✅ MAC extracted: ", decoded.mac);
   } else {
     log("   ⚠️  Could not extract MAC from manufacturer data");

@@ -48,17 +48,17 @@ void NimbrelPlugin::sendGenericBeaconData(const CBPeripheral& peripheral,
     decoded = decodeManufacturerData(*bytes, peripheral.name);
   }
   if (decoded.frame.has_value()) {
-    event.uuid = UuidText(decoded.frame->uuid);
+    event.uuid = PlainText(UuidText(decoded.frame->uuid));
     event.majorId = decoded.frame->major;
     event.minorId = decoded.frame->minor;
     event.txPower = decoded.frame->measuredPower;
   } else {
-    event.uuid = identifier;
+    event.uuid = PlainText(identifier);
     log("Using iOS peripheral UUID: ", identifier);
   }
-  event.identifier = identifier;
+  event.identifier = PlainText(identifier);
   event.name = peripheral.name.value_or("");
-  event.mac = std::move(decoded.mac);
+  event.mac = decoded.mac;
   event.rssi = rssi;
   event.distance = estimateDistance(rssi, event.txPower);
   event.proximity = proximityWord(event.distance);

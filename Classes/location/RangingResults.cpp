@@ -31,7 +31,7 @@ void NimbrelPlugin::sendBeaconData(const CLBeacon& beacon, const CLBeaconRegion&
 
   // Unlike in the region set-up, an empty label counts as a label here.
   event.identifier = filter->identifier().value_or(region.identifier);
-  event.uuid = uuid;
+  event.uuid = PlainText(uuid);
   event.majorId = beacon.major;
   event.minorId = beacon.minor;
   event.name = filter->identifier().value_or("");

@@ -8,15 +8,15 @@
 namespace nimbrel {
 
 std::optional<BeaconFilter> BeaconFilter::from(const EncodableMap& map) {
-  const auto* uuid = valueFor<std::string>(map, "uuid");
-  if (uuid == nullptr) {
+  const auto uuid = textFor(map, "uuid");
+  if (!uuid.has_value()) {
     return std::nullopt;
   }
   BeaconFilter filter;
   filter.uuid_ = upperCased(*uuid);
   filter.majorId_ = integerFor(map, "majorId").value_or(kAny);
   filter.minorId_ = integerFor(map, "minorId").value_or(kAny);
-  if (const auto* identifier = valueFor<std::string>(map, "identifier")) {
+  if (const auto identifier = textFor(map, "identifier")) {
     filter.identifier_ = *identifier;
   }
   return filter;

@@ -10,15 +10,15 @@ EncodableMap DetectionEvent::toMap() && {
   map.reserve(11);
   map.emplace_back("ts", ts);
   map.emplace_back("identifier", std::move(identifier));
-  map.emplace_back("uuid", std::move(uuid));
+  map.emplace_back("uuid", uuid);
   map.emplace_back("majorId", majorId);
   map.emplace_back("minorId", minorId);
   map.emplace_back("name", std::move(name));
-  map.emplace_back("mac", std::move(mac));
+  map.emplace_back("mac", mac);
   map.emplace_back("rssi", rssi);
   map.emplace_back("txPower", txPower);
   map.emplace_back("distance", distance);
-  map.emplace_back("proximity", proximity);
+  map.emplace_back("proximity", PlainText(proximity));
   return map;
 }
 

@@ -14,13 +14,14 @@ inline constexpr double kDefaultTxPower = -59.0;
 
 /// One detection, as the application receives it. The defaults stand for values that are not known.
 struct DetectionEvent {
-  std::int64_t ts = 0;     // milliseconds since 1970-01-01 00:00:00 UTC
-  std::string identifier;  // a filter's label, or the identifier of a region or a device
-  std::string uuid;        // UUID text
+  std::int64_t ts = 0;  // milliseconds since 1970-01-01 00:00:00 UTC
+  /// A text: a filter's label, or the identifier of a region or a device.
+  EncodableValue identifier = PlainText();
+  PlainText uuid;  // UUID text
   std::int64_t majorId = -1;
   std::int64_t minorId = -1;
   std::string name;
-  std::string mac;
+  PlainText mac;
   double rssi = 0.0;                 // dBm
   double txPower = kDefaultTxPower;  // dBm at one metre
   double distance = -1.0;            // metres; negative if not known

@@ -8,20 +8,22 @@ namespace nimbrel {
 
 const EncodableMap* textKeyedMap(const EncodableValue& value) {
   const auto* map = std::get_if<EncodableMap>(&value);
-  const auto hasTextKey = [](const EncodableEntry& entry) {
-    return std::holds_alternative<std::string>(entry.key);
-  };
+  const auto hasTextKey = [](const EncodableEntry& entry) { return entry.key.text().has_value(); };
   return map != nullptr && std::all_of(map->begin(), map->end(), hasTextKey) ? map : nullptr;
 }
 
 const EncodableValue* valueFor(const EncodableMap& map, std::string_view key) {
   for (const EncodableEntry& entry : map) {
-    const auto* text = std::get_if<std::string>(&entry.key);
-    if (text != nullptr && *text == key) {
+    if (entry.key.text() == key) {
       return &entry.value;
     }
   }
   return nullptr;
+}
+
+std::optional<std::string_view> textFor(const EncodableMap& map, std::string_view key) {
+  const EncodableValue* value = valueFor(map, key);
+  return value == nullptr ? std::nullopt : value->text();
 }
 
 std::optional<std::int64_t> integerFor(const EncodableMap& map, std::string_view key) {

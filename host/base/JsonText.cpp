@@ -17,6 +17,7 @@ class ValueWriter {
   void operator()(bool boolean) { json_.boolean(boolean); }
   void operator()(std::int64_t number) { json_.integer(number); }
   void operator()(double number) { json_.real(number); }
+  void operator()(const PlainText& text) { json_.plain(text); }
   void operator()(const std::string& text) { json_.text(text); }
   void operator()(const EncodableBytes& bytes) {
     putAll('[', bytes, ']', [this](std::uint8_t byte) { json_.integer(byte); });
@@ -25,23 +26,32 @@ class ValueWriter {
     putAll('[', list, ']', [this](const EncodableValue& value) { std::visit(*this, value); });
   }
   void operator()(const EncodableMap& map) {
-    putAll('{', map, '}', [this](const EncodableEntry& entry) {
-      putKey(entry.key);
-      json_.put(':');
+    json_.put('{');
+    for (const EncodableEntry& entry : map) {
+      putKey(entry.key, &entry == map.begin());
       std::visit(*this, entry.value);
-    });
+    }
+    json_.put('}');
   }
 
  private:
-  void putKey(const EncodableValue& key) {
-    // JSON has text keys alone; any other key stands as the text of its JSON.
-    if (const auto* text = std::get_if<std::string>(&key)) {
+  void putKey(const EncodableKey& key, bool isFirst) {
+    if (key.isLiteral()) {
+      json_.key(*key.text(), isFirst);
+      return;
+    }
+    if (!isFirst) {
+      json_.put(',');
+    }
+    if (const auto text = key.text()) {
       json_.text(*text);
     } else {
+      // JSON has text keys alone; any other key stands as the text of its JSON.
       std::string words;
-      appendJson(words, key);
+      appendJson(words, key.value());
       json_.text(words);
     }
+    json_.put(':');
   }
 
   template <typename Values, typename PutOne>

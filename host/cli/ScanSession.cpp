@@ -126,7 +126,7 @@ void ScanSession::logged(std::string_view line) {
 
 void ScanSession::countForFilter(const EncodableMap& event) {
   const std::size_t filter =
-      firstAccepting(filters_, *valueFor<std::string>(event, "uuid"), *integerFor(event, "majorId"),
+      firstAccepting(filters_, *textFor(event, "uuid"), *integerFor(event, "majorId"),
                      *integerFor(event, "minorId"));
   if (filter < filters_.size()) {
     ++filters_[filter].events;

@@ -269,7 +269,7 @@ std::optional<std::size_t> Findings::received(const EncodableMap& event) {
     hasEvent_ = true;
     return place_;
   }
-  const auto uuid = parseUuid(*valueFor<std::string>(event, "uuid"));
+  const auto uuid = parseUuid(*textFor(event, "uuid"));
   assert(uuid.has_value());
   const BeaconIdentity identity{*uuid, static_cast<std::uint16_t>(*integerFor(event, "majorId")),
                                 static_cast<std::uint16_t>(*integerFor(event, "minorId"))};
@@ -288,7 +288,7 @@ std::optional<std::size_t> Findings::received(const EncodableMap& event) {
   ++beacon.events;
   beacon.silent += *valueFor<double>(event, "rssi") == 0.0 ? 1 : 0;
   if (beacon.identifier == nullptr) {
-    beacon.identifier = &*identifiers_.insert(*valueFor<std::string>(event, "identifier")).first;
+    beacon.identifier = &*identifiers_.emplace(*textFor(event, "identifier")).first;
   }
   return beacon.lastDevice;
 }

@@ -573,13 +573,15 @@ Rank rankOf(const Findings& findings, const FoundDevice& device) {
 }
 
 std::string filterText(const EncodableMap& filter, const std::optional<UUID>& other) {
-  const auto* uuid = valueFor<std::string>(filter, "uuid");
-  const auto* label = valueFor<std::string>(filter, "identifier");
+  const auto uuid = textFor(filter, "uuid");
+  const auto label = textFor(filter, "identifier");
   const auto major = integerFor(filter, "majorId");
   const auto minor = integerFor(filter, "minorId");
-  std::string words = uuid == nullptr ? "" : *uuid;
+  std::string words;
   if (other.has_value()) {
     words = text(*other);
+  } else if (uuid.has_value()) {
+    words = *uuid;
   }
   if (major.has_value() || minor.has_value()) {
     words.append("/").append(major.has_value() ? std::to_string(*major) : "");
@@ -587,7 +589,7 @@ std::string filterText(const EncodableMap& filter, const std::optional<UUID>& ot
   if (minor.has_value()) {
     words.append("/").append(std::to_string(*minor));
   }
-  return label == nullptr ? words : words + "=" + *label;
+  return label.has_value() ? words.append("=").append(*label) : words;
 }
 
 std::string counted(std::uint64_t count, std::string_view noun) {

@@ -61,7 +61,7 @@ EncodableValue encodableFrom(const Json& json, int depth) {
     case Json::value_t::object: {
       EncodableMap map;
       for (const auto& [key, value] : json.items()) {
-        map.emplace_back(key, encodableFrom(value, depth + 1));
+        map.emplace_back(EncodableValue(key), encodableFrom(value, depth + 1));
       }
       return map;
     }

@@ -94,7 +94,7 @@ void ScenarioWriter::appendFilters() {
   for (const EncodableValue& filter : *setup_.filters) {
     for (const EncodableEntry& entry : std::get<EncodableMap>(filter)) {
       out.append(between);
-      appendJson(out, entry.key);
+      appendJson(out, *entry.key.text());
       out.append(": ");
       appendJson(out, entry.value);
       between = ", ";

@@ -58,16 +58,16 @@ void appendRightAligned(std::string& out, std::string_view text, std::size_t wid
 
 std::string identityOf(const EncodableMap& event, bool isWhole) {
   std::string identity;
-  const std::string& name = *valueFor<std::string>(event, "name");
+  const std::string_view name = *textFor(event, "name");
   if (!name.empty()) {
     appendPrintable(identity, name);
     return identity;
   }
-  const std::string& uuid = *valueFor<std::string>(event, "uuid");
+  const std::string_view uuid = *textFor(event, "uuid");
   if (*integerFor(event, "majorId") >= 0) {
-    return isWhole ? uuid : identity.append(uuid, 0, 8).append("…");
+    return isWhole ? identity.append(uuid) : identity.append(uuid, 0, 8).append("…");
   }
-  const std::string_view digits = std::string_view(uuid).substr(24);
+  const std::string_view digits = uuid.substr(24);
   for (std::size_t place = 0; place < digits.size(); place += 2) {
     identity.append(place > 0 ? ":" : "").append(digits.substr(place, 2));
   }
@@ -163,7 +163,7 @@ void DetectionLine::append(std::string& out, const EncodableMap& event) {
   out.append("  ");
   appendRightAligned(out, distanceText(*valueFor<double>(event, "distance")), 9);
   out.append("  ");
-  const std::string& proximity = *valueFor<std::string>(event, "proximity");
+  const std::string_view proximity = *textFor(event, "proximity");
   if (style_.isColoured) {
     out.append(colourOf(proximity)).append(proximity).append(kReset);
   } else {

@@ -58,8 +58,9 @@ Table::Table(MainQueue& queue, Output& output, std::optional<double> speed)
 void Table::take(const EncodableMap& event) {
   forgetOldRows();
   const std::string numbers = numbersOf(event);
-  Row& row = rows_[*valueFor<std::string>(event, "identifier") + '\n' +
-                   *valueFor<std::string>(event, "uuid") + '\n' + numbers];
+  std::string key(*textFor(event, "identifier"));
+  key.append("\n").append(*textFor(event, "uuid")).append("\n").append(numbers);
+  Row& row = rows_[key];
   row.identity = identityOf(event);
   row.numbers = numbers;
   row.rssi = *valueFor<double>(event, "rssi");
@@ -73,7 +74,7 @@ void Table::take(const EncodableMap& event) {
   }
   ++row.detections;
   row.distance = *valueFor<double>(event, "distance");
-  row.proximity = *valueFor<std::string>(event, "proximity");
+  row.proximity = *textFor(event, "proximity");
 }
 
 void Table::forgetOldRows() {

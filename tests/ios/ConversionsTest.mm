@@ -75,7 +75,7 @@ TEST_F(Conversions, GiveEveryValueBackAsItWas) {
       std::string("a\0b", 3),
       "Región 🍎",
       EncodableList{true, std::int64_t{1}, 1.0},
-      EncodableMap{{true, EncodableMap{{2.5, kNull}}}},
+      mapOf(true, mapOf(2.5, kNull)),
   };
   for (const EncodableValue& value : values) {
     EXPECT_EQ(valueFrom(objectFrom(value)), value) << "kind " << value.index();

@@ -17,13 +17,13 @@ TEST_F(DetectionLifecycle, StopsBeaconRegionsOfOthersAndLeavesOtherKindsAlone) {
 
 TEST_F(DetectionLifecycle, ReadsArgumentsOnlyFromMapsWhoseKeysAreAllText) {
   EncodableMap mixedKeys = filter();
-  mixedKeys.emplace_back(std::int64_t{1}, "one");
+  mixedKeys.emplace_back(EncodableValue(std::int64_t{1}), "one");
   startDetection({mixedKeys});
   EXPECT_EQ(notebook.lines.front(), "🎯 Starting detection with 0 filters");
 
   EncodableMap mixedArguments;
   mixedArguments.emplace_back("isInForeground", true);
-  mixedArguments.emplace_back(std::monostate{}, true);
+  mixedArguments.emplace_back(EncodableValue(), true);
   application->call("updateConfig", mixedArguments);
   EXPECT_FALSE(repliedTrue(2));
 }

@@ -8,7 +8,7 @@
 namespace nimbrel {
 namespace {
 
-BeaconFilter filterWith(const char* key, EncodableValue value) {
+BeaconFilter filterWith(PlainLiteral key, EncodableValue value) {
   EncodableMap map;
   map.emplace_back("uuid", "e2c56db5-dffb-48d2-b060-d0f5a71096e0");
   map.emplace_back(key, std::move(value));

@@ -27,6 +27,20 @@ TEST(ProximityWord, HasStrictBounds) {
   }
 }
 
+TEST(EncodableMap, EqualsOneOfTheSameEntriesInAnyOrderHoweverTheirTextsAreHeld) {
+  const EncodableMap map{{"one", PlainText("1")}, {EncodableValue("two"), "2"}};
+  EncodableMap other{{"two", PlainText("2")}, {EncodableValue("one"), "1"}};
+  EXPECT_EQ(map, other);
+  other.emplace_back(EncodableValue(), true);
+  EXPECT_FALSE(map == other);
+  const EncodableMap values[] = {{{"one", PlainText("1")}, {"two", PlainText("3")}},
+                                 {{"one", PlainText("1")}, {"three", PlainText("2")}},
+                                 {{"one", PlainText("1")}, {EncodableValue(), PlainText("2")}}};
+  for (const EncodableMap& each : values) {
+    EXPECT_FALSE(map == each);
+  }
+}
+
 TEST(Timestamp, DropsTheFractionAndStaysWithin64Bits) {
   constexpr auto kMost = std::numeric_limits<std::int64_t>::max();
   constexpr auto kLeast = std::numeric_limits<std::int64_t>::min();

@@ -22,7 +22,7 @@ std::string json(const EncodableValue& value) {
 TEST(JsonText, WritesEveryKindOfValue) {
   EncodableMap map;
   map.emplace_back("list", EncodableList{std::monostate{}, true, false, EncodableBytes{0, 255}});
-  map.emplace_back(std::int64_t{7}, EncodableMap{});
+  map.emplace_back(EncodableValue(std::int64_t{7}), EncodableMap{});
   map.emplace_back("", EncodableList{});
   EXPECT_EQ(json(map), R"({"list":[null,true,false,[0,255]],"7":{},"":[]})");
 }
@@ -115,7 +115,7 @@ TEST(JsonText, WritesMapsOfAnyLength) {
   nlohmann::json expected;
   for (int index = 0; index < 200; ++index) {
     const std::string key = "key " + std::to_string(index);
-    map.emplace_back(key, std::string(static_cast<std::size_t>(index), 'x'));
+    map.emplace_back(EncodableValue(key), std::string(static_cast<std::size_t>(index), 'x'));
     expected[key] = std::string(static_cast<std::size_t>(index), 'x');
   }
   EXPECT_EQ(nlohmann::json::parse(json(map)), expected);

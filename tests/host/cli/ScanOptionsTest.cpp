@@ -92,7 +92,7 @@ TEST(ScanOptions, TakeTheLastOfRepeatedValuesAndAllFilters) {
   EXPECT_EQ(later.duration, std::chrono::milliseconds(1500));
   EXPECT_EQ(later.captures, std::vector<std::string>{"-"});
   ASSERT_EQ(later.filters.size(), 2U);
-  EXPECT_EQ(*valueFor<std::string>(std::get<EncodableMap>(later.filters[1]), "uuid"),
+  EXPECT_EQ(*textFor(std::get<EncodableMap>(later.filters[1]), "uuid"),
             "00112233-4455-6677-8899-aabbccddeeff");
 }
 

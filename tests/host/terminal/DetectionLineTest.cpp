@@ -33,7 +33,7 @@ std::string lineOf(DetectionEvent event, std::optional<std::size_t> columns = 94
 
 DetectionEvent detection(std::string name, double rssi, double distance) {
   DetectionEvent event;
-  event.uuid = "6E696D62-7265-8C00-8001-C65544332211";
+  event.uuid = PlainText("6E696D62-7265-8C00-8001-C65544332211");
   event.name = std::move(name);
   event.rssi = rssi;
   event.distance = distance;

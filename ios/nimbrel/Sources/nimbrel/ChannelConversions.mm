@@ -64,6 +64,7 @@ struct ObjectMaker {
   id operator()(bool value) const { return [NSNumber numberWithBool:value]; }
   id operator()(std::int64_t value) const { return [NSNumber numberWithLongLong:value]; }
   id operator()(double value) const { return [NSNumber numberWithDouble:value]; }
+  id operator()(const PlainText& value) const { return stringFrom(value); }
   id operator()(const std::string& value) const { return stringFrom(value); }
   id operator()(const EncodableBytes& value) const {
     return [FlutterStandardTypedData typedDataWithBytes:[NSData dataWithBytes:value.data()
@@ -79,7 +80,7 @@ struct ObjectMaker {
   id operator()(const EncodableMap& value) const {
     NSMutableDictionary* dictionary = [NSMutableDictionary dictionaryWithCapacity:value.size()];
     for (const EncodableEntry& entry : value) {
-      [dictionary setObject:objectFrom(entry.value) forKey:objectFrom(entry.key)];
+      [dictionary setObject:objectFrom(entry.value) forKey:objectFrom(entry.key.value())];
     }
     return dictionary;
   }
