@@ -66,7 +66,7 @@ class JsonWriter {
   /// Quoted and escaped; so are the control characters that JSON would allow (U+007F to U+009F), as
   /// a terminal may show the text. Bytes that are not valid UTF-8 become U+FFFD.
   void text(std::string_view text);
-  /// Quoted, for a text of which nothing needs escaping.
+  /// Quoted, for a text of plain characters.
   void plain(std::string_view text) {
     makeRoom(text.size() + 2);
     *end_++ = '"';
@@ -84,7 +84,8 @@ class JsonWriter {
     }
   }
   void grow(std::size_t count);
-  void escaped(std::string_view text);
+  /// Writes the first character of a text as JSON allows it. Returns how many bytes it has there.
+  std::size_t putEscaped(std::string_view text);
 
   std::string& out_;
   Output* output_ = nullptr;  // whose buffer `out_` is, or null
