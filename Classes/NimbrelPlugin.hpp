@@ -13,7 +13,6 @@
 #include "Classes/bluetooth/DetectionMemory.hpp"
 #include "Classes/model/BeaconFilter.hpp"
 #include "Classes/text/TextOf.hpp"
-#include "Classes/text/UuidText.hpp"
 #include "platform/CoreBluetooth.hpp"
 #include "platform/CoreLocation.hpp"
 #include "platform/Flutter.hpp"
@@ -110,8 +109,7 @@ class NimbrelPlugin final : public FlutterPlugin,
   // bluetooth
 
   void startGenericBLEScanning();
-  /// `identifier` is the text of the peripheral's identifier.
-  void sendGenericBeaconData(const CBPeripheral& peripheral, const UuidText& identifier,
+  void sendGenericBeaconData(const CBPeripheral& peripheral,
                              const CBAdvertisementData& advertisementData, double rssi);
   /// What the manufacturer data of one advertisement holds.
   struct DecodedAdvertisement {

@@ -24,23 +24,22 @@ void NimbrelPlugin::centralManagerDidDiscover(CBCentralManager& /*central*/,
   if (!currentBeaconFilters.empty()) {
     return;
   }
-  const UuidText identifier(peripheral.identifier);
   const double now = platform.timeIntervalSince1970();
-  const auto [last, isNew] = lastBeaconDetections.tryEmplace(identifier, {now, rssi});
+  const auto [last, isNew] = lastBeaconDetections.tryEmplace(peripheral.identifier);
   if (!isNew && now - last.timestamp < minimumUpdateInterval &&
       std::abs(rssi - last.rssi) < rssiThreshold) {
     return;
   }
   last = {now, rssi};
   if (isAdmitted(peripheral, advertisementData)) {
-    sendGenericBeaconData(peripheral, identifier, advertisementData, rssi);
+    sendGenericBeaconData(peripheral, advertisementData, rssi);
   }
 }
 
 void NimbrelPlugin::sendGenericBeaconData(const CBPeripheral& peripheral,
-                                          const UuidText& identifier,
                                           const CBAdvertisementData& advertisementData,
                                           double rssi) {
+  const UuidText identifier(peripheral.identifier);
   DetectionEvent event;
   event.ts = currentTimestamp();
   DecodedAdvertisement decoded;

@@ -2,11 +2,11 @@
 
 #include <algorithm>
 #include <cassert>
-#include <cstring>
 #include <numeric>
 #include <stdexcept>
 
 #include "Classes/bluetooth/Admission.hpp"
+#include "Classes/bluetooth/DetectionMemory.hpp"
 #include "Classes/model/EncodableAccess.hpp"
 #include "Classes/text/UuidText.hpp"
 #include "host/phone/AddressTable.hpp"
@@ -62,12 +62,8 @@ std::string_view nameOf(Fate fate) {
 std::uint64_t KeyHash::operator()(const DeviceAddress& address) const { return keyOf(address); }
 
 std::uint64_t KeyHash::operator()(const BeaconIdentity& identity) const {
-  std::uint64_t low = 0;
-  std::uint64_t high = 0;
-  std::memcpy(&low, identity.uuid.bytes.data(), sizeof low);
-  std::memcpy(&high, identity.uuid.bytes.data() + sizeof low, sizeof high);
   const std::uint64_t numbers = std::uint64_t{identity.major} << 16U | identity.minor;
-  return low ^ high * 0x9E3779B97F4A7C15U ^ numbers << 20U;
+  return UuidHash()(identity.uuid) ^ numbers << 20U;
 }
 
 const FoundFrame* FoundDevice::lastFrame() const {

@@ -71,10 +71,11 @@ Device& Devices::deviceOf(const DeviceAddress& address, MainQueue::Time now) {
   if (remembered() >= sweepAt_) {
     sweep(now);
   }
-  const auto [number, isNew] = numbers_.tryEmplace(address);
+  const std::uint64_t key = keyOf(address);
+  const auto [number, isNew] = numbers_.tryEmplace(key);
   if (isNew) {
     number = freeDevice();
-    everHeard_.tryEmplace(address);
+    everHeard_.tryEmplace(key);
   }
   Device& heard = device(number);
   if (!isNew && isForgotten(heard, now)) {

@@ -12,10 +12,10 @@ TEST(DetectionMemory, KeepsTheDetectionOfEachOfManyDevices) {
       UUID identifier;
       identifier.bytes[0] = static_cast<std::uint8_t>(number % 256);
       identifier.bytes[15] = static_cast<std::uint8_t>(number / 256);
-      const auto [last, isNew] =
-          memory.tryEmplace(UuidText(identifier), {isFirst ? number : -1.0, -60.0});
+      const auto [last, isNew] = memory.tryEmplace(identifier);
       EXPECT_EQ(isNew, isFirst) << number;
-      EXPECT_EQ(last.timestamp, number);
+      EXPECT_EQ(last.timestamp, isFirst ? 0.0 : number);
+      last.timestamp = number;
     }
   }
 }
